@@ -1,0 +1,188 @@
+#include "editor/VideoEditorViewModel.h"
+
+namespace {
+
+// The page colours of the waveform, indexed by page index modulo 16: light, well-separated
+// tints that keep the bars readable.
+std::array<QColor, VideoEditorViewModel::kPageColorCount> makePageColors()
+{
+    constexpr double kComponents[VideoEditorViewModel::kPageColorCount][3] = {
+            {0.91, 0.67, 0.67}, {0.67, 0.78, 0.91}, {0.70, 0.90, 0.78}, {0.99, 0.83, 0.67},
+            {0.82, 0.72, 0.92}, {0.99, 0.74, 0.77}, {0.68, 0.86, 0.90}, {0.95, 0.89, 0.71},
+            {0.78, 0.88, 0.79}, {0.86, 0.77, 0.86}, {0.87, 0.93, 0.82}, {0.84, 0.84, 0.97},
+            {0.96, 0.85, 0.88}, {0.85, 0.91, 0.96}, {0.93, 0.95, 0.80}, {0.90, 0.82, 0.72},
+    };
+    std::array<QColor, VideoEditorViewModel::kPageColorCount> colors;
+    for (int i = 0; i < VideoEditorViewModel::kPageColorCount; ++i)
+        colors[i] = QColor::fromRgbF(kComponents[i][0], kComponents[i][1], kComponents[i][2], 1.0);
+    return colors;
+}
+
+} // namespace
+
+VideoEditorViewModel::VideoEditorViewModel(EditorEnvironment environment, QObject* parent)
+    : QObject(parent)
+    , m_environment(std::move(environment))
+    , m_pageColors(makePageColors())
+{}
+
+VideoEditorViewModel::~VideoEditorViewModel() = default;
+
+// Every published setter assigns, then tells the observers of that property and the
+// observers of the whole object. Observers are told on every assignment, also when the
+// value stays the same.
+#define VORNIK_PUBLISH(member, signal)                                                                       \
+    do {                                                                                                     \
+        member = value;                                                                                      \
+        emit signal();                                                                                       \
+        emit changed();                                                                                      \
+    } while (false)
+
+void VideoEditorViewModel::setStartSilenceDuration(double value)
+{
+    VORNIK_PUBLISH(m_startSilenceDuration, startSilenceDurationChanged);
+}
+
+void VideoEditorViewModel::setEndSilenceDuration(double value)
+{
+    VORNIK_PUBLISH(m_endSilenceDuration, endSilenceDurationChanged);
+}
+
+void VideoEditorViewModel::setTransitionDuration(double value)
+{
+    VORNIK_PUBLISH(m_transitionDuration, transitionDurationChanged);
+}
+
+void VideoEditorViewModel::setShowAudioSettings(bool value)
+{
+    VORNIK_PUBLISH(m_showAudioSettings, showAudioSettingsChanged);
+}
+
+void VideoEditorViewModel::setVolumeBoost(double value)
+{
+    VORNIK_PUBLISH(m_volumeBoost, volumeBoostChanged);
+}
+
+void VideoEditorViewModel::setAudioLoudnessDB(std::optional<double> value)
+{
+    VORNIK_PUBLISH(m_audioLoudnessDB, audioLoudnessDBChanged);
+}
+
+void VideoEditorViewModel::setImages(std::vector<ImageItem> value)
+{
+    m_images = std::move(value);
+    emit imagesChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setAudioURL(std::optional<QString> value)
+{
+    VORNIK_PUBLISH(m_audioURL, audioURLChanged);
+}
+
+void VideoEditorViewModel::setIsPlaying(bool value)
+{
+    VORNIK_PUBLISH(m_isPlaying, isPlayingChanged);
+}
+
+void VideoEditorViewModel::setCurrentTime(double value)
+{
+    VORNIK_PUBLISH(m_currentTime, currentTimeChanged);
+}
+
+void VideoEditorViewModel::setDuration(double value)
+{
+    VORNIK_PUBLISH(m_duration, durationChanged);
+}
+
+void VideoEditorViewModel::setWaveformData(std::vector<float> value)
+{
+    m_waveformData = std::move(value);
+    emit waveformDataChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setIsLoadingAudio(bool value)
+{
+    VORNIK_PUBLISH(m_isLoadingAudio, isLoadingAudioChanged);
+}
+
+void VideoEditorViewModel::setLoadingProgress(double value)
+{
+    VORNIK_PUBLISH(m_loadingProgress, loadingProgressChanged);
+}
+
+void VideoEditorViewModel::setIsRecording(bool value)
+{
+    VORNIK_PUBLISH(m_isRecording, isRecordingChanged);
+}
+
+void VideoEditorViewModel::setIsSavingProject(bool value)
+{
+    VORNIK_PUBLISH(m_isSavingProject, isSavingProjectChanged);
+}
+
+void VideoEditorViewModel::setSavingProgress(double value)
+{
+    VORNIK_PUBLISH(m_savingProgress, savingProgressChanged);
+}
+
+void VideoEditorViewModel::setSavingProgressText(QString value)
+{
+    m_savingProgressText = std::move(value);
+    emit savingProgressTextChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setSelectedImageIndex(std::optional<int> value)
+{
+    VORNIK_PUBLISH(m_selectedImageIndex, selectedImageIndexChanged);
+}
+
+void VideoEditorViewModel::setSelectedImageIndices(std::set<int> value)
+{
+    m_selectedImageIndices = std::move(value);
+    emit selectedImageIndicesChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setExportFPS(int value)
+{
+    VORNIK_PUBLISH(m_exportFPS, exportFPSChanged);
+}
+
+void VideoEditorViewModel::setFillColor(const QColor& value)
+{
+    VORNIK_PUBLISH(m_fillColor, fillColorChanged);
+}
+
+void VideoEditorViewModel::setVideoFormat(VideoFormat value)
+{
+    VORNIK_PUBLISH(m_videoFormat, videoFormatChanged);
+}
+
+#undef VORNIK_PUBLISH
+
+void VideoEditorViewModel::setAudioPlayer(std::unique_ptr<AudioPlayer> player)
+{
+    m_audioPlayer = std::move(player);
+}
+
+void VideoEditorViewModel::updateFillColor(const QColor& color)
+{
+    // Colours are kept in sRGB throughout; a colour given in another spec is converted.
+    const QColor srgb = color.toRgb();
+    m_frameManager.setDefaultFillColor(srgb);
+    m_frameManager.setFillColorForAllFrames(srgb);
+}
+
+void VideoEditorViewModel::announceChange()
+{
+    emit changed();
+}
+
+void VideoEditorViewModel::scheduleAutoSave()
+{
+    // Project files are not written yet; the hook exists so that every content change
+    // already ends in it.
+}

@@ -1,0 +1,102 @@
+#include "ui/QtDialogs.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace {
+
+QMessageBox::Icon iconFor(AlertStyle style)
+{
+    switch (style) {
+    case AlertStyle::informational:
+        return QMessageBox::Information;
+    case AlertStyle::warning:
+        return QMessageBox::Warning;
+    case AlertStyle::critical:
+        return QMessageBox::Critical;
+    }
+    return QMessageBox::NoIcon;
+}
+
+// "QuickTime film (*.mov);;MPEG-4 film (*.mp4)"; with `includeAll`, a last "all files" entry.
+QStringList nameFilters(const std::vector<FileType>& types, bool includeAll)
+{
+    QStringList filters;
+    for (const FileType& type : types) {
+        QStringList patterns;
+        for (const QString& extension : type.extensions)
+            patterns << QStringLiteral("*.") + extension;
+        filters << QStringLiteral("%1 (%2)").arg(type.name, patterns.join(QLatin1Char(' ')));
+    }
+    if (includeAll || filters.isEmpty())
+        filters << QStringLiteral("Minden fájl (*)");
+    return filters;
+}
+
+} // namespace
+
+QtDialogs::QtDialogs(QWidget* parent)
+    : m_parent(parent)
+{}
+
+void QtDialogs::alert(AlertStyle style, const QString& message, const QString& informativeText)
+{
+    QMessageBox box(iconFor(style), message, message, QMessageBox::NoButton, m_parent);
+    box.setInformativeText(informativeText);
+    box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+    box.exec();
+}
+
+int QtDialogs::question(AlertStyle style, const QString& message, const QString& informativeText,
+                        const QStringList& buttons)
+{
+    QMessageBox box(iconFor(style), message, message, QMessageBox::NoButton, m_parent);
+    box.setInformativeText(informativeText);
+    std::vector<QAbstractButton*> added;
+    for (const QString& title : buttons)
+        added.push_back(box.addButton(title, QMessageBox::ActionRole));
+    box.exec();
+    for (size_t i = 0; i < added.size(); ++i) {
+        if (box.clickedButton() == added[i])
+            return static_cast<int>(i);
+    }
+    // Closed without a button (Escape): the last button, which is always the cancel choice.
+    return static_cast<int>(buttons.size()) - 1;
+}
+
+void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
+                               std::function<void(std::optional<QString>)> done)
+{
+    auto* dialog = new QFileDialog(m_parent, request.title);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setLabelText(QFileDialog::LookIn, request.message);
+    dialog->setNameFilters(nameFilters(request.allowedTypes, false));
+    dialog->selectFile(request.proposedName);
+    if (!request.canCreateDirectories)
+        dialog->setOption(QFileDialog::ReadOnly);
+    QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, done](int result) {
+        const QStringList files = dialog->selectedFiles();
+        if (result == QDialog::Accepted && !files.isEmpty())
+            done(files.front());
+        else
+            done(std::nullopt);
+    });
+    dialog->open();
+}
+
+void QtDialogs::chooseOpenFiles(const OpenFileRequest& request, std::function<void(QStringList)> done)
+{
+    auto* dialog = new QFileDialog(m_parent, request.title.isEmpty() ? request.message : request.title);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setFileMode(request.allowsMultipleSelection ? QFileDialog::ExistingFiles
+                                                        : QFileDialog::ExistingFile);
+    dialog->setNameFilters(nameFilters(request.allowedTypes, request.allowsOtherFileTypes));
+    QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, done](int result) {
+        done(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
+    });
+    dialog->open();
+}
