@@ -177,6 +177,16 @@ signals:
     void videoFormatChanged();
 
 private:
+    // ---- Audio (private) ----
+
+    // ---- Playback and recording (private) ----
+
+    // ---- Page import and page-list editing (private) ----
+
+    // ---- Rendering and export (private) ----
+
+    // ---- Project files (private) ----
+
     EditorEnvironment m_environment;
 
     double m_startSilenceDuration = 3.0;
