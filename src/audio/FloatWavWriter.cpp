@@ -46,7 +46,9 @@ bool FloatWavWriter::open(const QString& path, int sampleRate, int channelCount,
 {
     if (sampleRate <= 0 || channelCount <= 0 || channelCount > 0xFFFF) {
         if (error)
-            *error = QStringLiteral("érvénytelen hangformátum: %1 Hz, %2 csatorna").arg(sampleRate).arg(channelCount);
+            *error = QStringLiteral("érvénytelen hangformátum: %1 Hz, %2 csatorna")
+                             .arg(sampleRate)
+                             .arg(channelCount);
         return false;
     }
     m_file.setFileName(path);
@@ -111,7 +113,8 @@ bool FloatWavWriter::writeInterleaved(std::span<const float> samples, QString* e
         return false;
     }
     static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "float samples are written in machine order");
-    if (!writeBytes(reinterpret_cast<const char*>(samples.data()), frames * m_channelCount * kBytesPerSample, error))
+    if (!writeBytes(reinterpret_cast<const char*>(samples.data()), frames * m_channelCount * kBytesPerSample,
+                    error))
         return false;
     m_framesWritten += frames;
     return true;
@@ -141,7 +144,8 @@ bool FloatWavWriter::writeBuffer(const AudioBuffer& buffer, float gain, QString*
 bool FloatWavWriter::writeSilence(int64_t frameCount, QString* error)
 {
     constexpr int64_t kBlockFrames = 65536;
-    std::vector<float> zeros(size_t(std::min(kBlockFrames, std::max<int64_t>(frameCount, 0)) * m_channelCount), 0.0f);
+    std::vector<float> zeros(
+            size_t(std::min(kBlockFrames, std::max<int64_t>(frameCount, 0)) * m_channelCount), 0.0f);
     for (int64_t done = 0; done < frameCount;) {
         const int64_t count = std::min(kBlockFrames, frameCount - done);
         if (!writeInterleaved(std::span<const float>(zeros.data(), size_t(count * m_channelCount)), error))
@@ -166,6 +170,6 @@ bool FloatWavWriter::close(QString* error)
 bool writeFloatWav(const QString& path, const AudioBuffer& buffer, QString* error)
 {
     FloatWavWriter writer;
-    return writer.open(path, buffer.sampleRate, buffer.channelCount(), error)
-           && writer.writeBuffer(buffer, 1.0f, error) && writer.close(error);
+    return writer.open(path, buffer.sampleRate, buffer.channelCount(), error) &&
+           writer.writeBuffer(buffer, 1.0f, error) && writer.close(error);
 }

@@ -185,4 +185,5 @@ void VideoEditorViewModel::scheduleAutoSave()
 {
     // Project files are not written yet; the hook exists so that every content change
     // already ends in it.
+    emit autoSaveScheduled();
 }

@@ -137,7 +137,8 @@ public:
     void announceChange();
 
     // ---- Persistence hooks ----
-    // Called at the end of every operation that changes project content.
+    // Called at the end of every operation that changes project content. Emits
+    // autoSaveScheduled() so that observers (and tests) can see each request.
     void scheduleAutoSave();
 
     // ---- Audio ----
@@ -152,6 +153,7 @@ public:
 
 signals:
     void changed();
+    void autoSaveScheduled();
     void startSilenceDurationChanged();
     void endSilenceDurationChanged();
     void transitionDurationChanged();

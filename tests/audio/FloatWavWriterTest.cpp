@@ -50,8 +50,8 @@ TEST(FloatWavWriter, WritesAFloatRiffHeaderWithTheFinalSizes)
     EXPECT_EQ(bytes.left(4), QByteArray("RIFF"));
     EXPECT_EQ(read32(bytes, 4), uint32_t(bytes.size() - 8));
     EXPECT_EQ(bytes.mid(8, 4), QByteArray("WAVE"));
-    EXPECT_EQ(read16(bytes, 20), 3);     // IEEE float
-    EXPECT_EQ(read16(bytes, 22), 2);     // channels
+    EXPECT_EQ(read16(bytes, 20), 3);      // IEEE float
+    EXPECT_EQ(read16(bytes, 22), 2);      // channels
     EXPECT_EQ(read32(bytes, 24), 48000u); // sample rate
     EXPECT_EQ(read32(bytes, 28), 48000u * 8);
     EXPECT_EQ(read16(bytes, 32), 8); // block align

@@ -161,3 +161,13 @@ TEST(VideoEditorViewModel, GetFrameManagerReturnsTheStoreItself)
     EXPECT_EQ(&editor.getFrameManager(), &editor.getFrameManager());
     EXPECT_EQ(editor.getFrameManager().getFrame(5)->assignedImageIndex, 3);
 }
+
+TEST(VideoEditorViewModel, ScheduleAutoSaveAnnouncesEachRequest)
+{
+    ScriptedDialogs dialogs;
+    VideoEditorViewModel editor(testEnvironment(dialogs));
+    QSignalSpy spy(&editor, &VideoEditorViewModel::autoSaveScheduled);
+    editor.scheduleAutoSave();
+    editor.scheduleAutoSave();
+    EXPECT_EQ(spy.count(), 2);
+}
