@@ -1,0 +1,318 @@
+#include "audio/AudioDecoder.h"
+
+#include "support/Log.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+#include <libswresample/swresample.h>
+}
+
+#include <memory>
+
+namespace {
+
+// FFmpeg objects, each freed through its own av_*_free.
+struct FormatContextDeleter {
+    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+};
+struct CodecContextDeleter {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+struct IoContextDeleter {
+    void operator()(AVIOContext* io) const
+    {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+    }
+};
+struct FrameDeleter {
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+struct PacketDeleter {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+struct ResamplerDeleter {
+    void operator()(SwrContext* context) const { swr_free(&context); }
+};
+
+using FormatContextPtr = std::unique_ptr<AVFormatContext, FormatContextDeleter>;
+using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
+using IoContextPtr = std::unique_ptr<AVIOContext, IoContextDeleter>;
+using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
+using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
+using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
+
+QString ffmpegError(int code)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return QString::fromUtf8(text);
+}
+
+int readPacket(void* opaque, uint8_t* buffer, int size)
+{
+    auto* device = static_cast<QIODevice*>(opaque);
+    const qint64 got = device->read(reinterpret_cast<char*>(buffer), size);
+    if (got < 0)
+        return AVERROR(EIO);
+    if (got == 0)
+        return AVERROR_EOF;
+    return static_cast<int>(got);
+}
+
+int64_t seekDevice(void* opaque, int64_t offset, int whence)
+{
+    auto* device = static_cast<QIODevice*>(opaque);
+    if (whence & AVSEEK_SIZE)
+        return device->size();
+    qint64 target = offset;
+    switch (whence & ~AVSEEK_FORCE) {
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        target = device->pos() + offset;
+        break;
+    case SEEK_END:
+        target = device->size() + offset;
+        break;
+    default:
+        return -1;
+    }
+    return device->seek(target) ? target : -1;
+}
+
+// One decoding session over an opened input: the decoder of its first audio stream and a
+// resampler that keeps rate and channels and only changes the layout to planar float.
+class Session {
+public:
+    bool open(QIODevice& device, QString* error);
+    // Decodes to the end. Returns false on a hard error before the end (`error` set).
+    bool decodeAll(QString* error);
+    AudioBuffer takeAudio() { return std::move(m_audio); }
+
+private:
+    bool receiveFrames(QString* error);
+    bool appendFrame(const AVFrame& frame, QString* error);
+
+    IoContextPtr m_io;
+    FormatContextPtr m_format;
+    CodecContextPtr m_codec;
+    ResamplerPtr m_resampler;
+    int m_streamIndex = -1;
+    AudioBuffer m_audio;
+};
+
+bool Session::open(QIODevice& device, QString* error)
+{
+    constexpr int kIoBufferSize = 1 << 16;
+    auto* ioBuffer = static_cast<unsigned char*>(av_malloc(kIoBufferSize));
+    if (!ioBuffer) {
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+    m_io.reset(avio_alloc_context(ioBuffer, kIoBufferSize, 0, &device, readPacket, nullptr,
+                                  device.isSequential() ? nullptr : seekDevice));
+    if (!m_io) {
+        av_free(ioBuffer);
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+
+    AVFormatContext* format = avformat_alloc_context();
+    if (!format) {
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+    format->pb = m_io.get();
+    format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    // avformat_open_input frees the context itself on failure.
+    if (const int result = avformat_open_input(&format, nullptr, nullptr, nullptr); result < 0) {
+        *error = ffmpegError(result);
+        return false;
+    }
+    m_format.reset(format);
+    if (const int result = avformat_find_stream_info(format, nullptr); result < 0) {
+        *error = ffmpegError(result);
+        return false;
+    }
+
+    const AVCodec* decoder = nullptr;
+    m_streamIndex = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    if (m_streamIndex < 0) {
+        *error = ffmpegError(m_streamIndex);
+        return false;
+    }
+    m_codec.reset(avcodec_alloc_context3(decoder));
+    if (!m_codec) {
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+    const AVStream* stream = format->streams[m_streamIndex];
+    if (const int result = avcodec_parameters_to_context(m_codec.get(), stream->codecpar); result < 0) {
+        *error = ffmpegError(result);
+        return false;
+    }
+    if (const int result = avcodec_open2(m_codec.get(), decoder, nullptr); result < 0) {
+        *error = ffmpegError(result);
+        return false;
+    }
+    if (m_codec->sample_rate <= 0 || m_codec->ch_layout.nb_channels <= 0) {
+        *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
+        return false;
+    }
+    m_audio.sampleRate = m_codec->sample_rate;
+    m_audio.channels.assign(static_cast<size_t>(m_codec->ch_layout.nb_channels), {});
+    return true;
+}
+
+bool Session::appendFrame(const AVFrame& frame, QString* error)
+{
+    const int channels = m_audio.channelCount();
+    if (frame.ch_layout.nb_channels != channels || frame.sample_rate != m_audio.sampleRate) {
+        // A stream that changes its format part-way: keep what has the first format.
+        *error = QStringLiteral("a hangformátum menet közben megváltozott");
+        return false;
+    }
+    if (!m_resampler) {
+        // This FFmpeg takes the layouts through non-const pointers: hand it a copy.
+        AVChannelLayout layout{};
+        if (const int copied = av_channel_layout_copy(&layout, &frame.ch_layout); copied < 0) {
+            *error = ffmpegError(copied);
+            return false;
+        }
+        SwrContext* resampler = nullptr;
+        const int result =
+                swr_alloc_set_opts2(&resampler, &layout, AV_SAMPLE_FMT_FLTP, frame.sample_rate, &layout,
+                                    static_cast<AVSampleFormat>(frame.format), frame.sample_rate, 0, nullptr);
+        av_channel_layout_uninit(&layout);
+        if (result < 0 || swr_init(resampler) < 0) {
+            swr_free(&resampler);
+            *error = ffmpegError(result < 0 ? result : AVERROR(EINVAL));
+            return false;
+        }
+        m_resampler.reset(resampler);
+    }
+    const size_t start = m_audio.channels.front().size();
+    const size_t count = static_cast<size_t>(frame.nb_samples);
+    std::vector<uint8_t*> outputs(static_cast<size_t>(channels));
+    for (int c = 0; c < channels; ++c) {
+        m_audio.channels[size_t(c)].resize(start + count);
+        outputs[size_t(c)] = reinterpret_cast<uint8_t*>(m_audio.channels[size_t(c)].data() + start);
+    }
+    const int converted = swr_convert(m_resampler.get(), outputs.data(), frame.nb_samples,
+                                      const_cast<const uint8_t**>(frame.extended_data), frame.nb_samples);
+    if (converted < 0) {
+        for (auto& channel : m_audio.channels)
+            channel.resize(start);
+        *error = ffmpegError(converted);
+        return false;
+    }
+    for (auto& channel : m_audio.channels)
+        channel.resize(start + static_cast<size_t>(converted));
+    return true;
+}
+
+bool Session::receiveFrames(QString* error)
+{
+    FramePtr frame(av_frame_alloc());
+    if (!frame) {
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+    while (true) {
+        const int result = avcodec_receive_frame(m_codec.get(), frame.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return true;
+        if (result < 0) {
+            *error = ffmpegError(result);
+            return false;
+        }
+        const bool appended = appendFrame(*frame, error);
+        av_frame_unref(frame.get());
+        if (!appended)
+            return false;
+    }
+}
+
+bool Session::decodeAll(QString* error)
+{
+    PacketPtr packet(av_packet_alloc());
+    if (!packet) {
+        *error = ffmpegError(AVERROR(ENOMEM));
+        return false;
+    }
+    bool ok = true;
+    while (ok) {
+        const int read = av_read_frame(m_format.get(), packet.get());
+        if (read == AVERROR_EOF)
+            break;
+        if (read < 0) {
+            *error = ffmpegError(read);
+            ok = false;
+            break;
+        }
+        if (packet->stream_index == m_streamIndex) {
+            const int sent = avcodec_send_packet(m_codec.get(), packet.get());
+            // A damaged packet is skipped the way players skip it; the stream goes on.
+            if (sent < 0 && sent != AVERROR(EAGAIN) && sent != AVERROR_INVALIDDATA) {
+                *error = ffmpegError(sent);
+                ok = false;
+            }
+        }
+        av_packet_unref(packet.get());
+        if (ok)
+            ok = receiveFrames(error);
+    }
+    // Flush the decoder with an empty packet so its last frames come out.
+    if (avcodec_send_packet(m_codec.get(), nullptr) >= 0) {
+        QString flushError;
+        if (!receiveFrames(&flushError) && ok) {
+            *error = flushError;
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+} // namespace
+
+DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages)
+{
+    DecodeResult result;
+    Session session;
+    if (!session.open(device, &result.error))
+        return result;
+    QString decodeError;
+    const bool complete = session.decodeAll(&decodeError);
+    AudioBuffer audio = session.takeAudio();
+    if (!complete) {
+        if (audio.frameCount() == 0) {
+            result.error = decodeError;
+            return result;
+        }
+        result.truncated = true;
+        result.error = decodeError;
+        logLine(QStringLiteral(
+                        "[Audio] A fájl dekódolása megszakadt (%1): %2; a dekódolt %3 mp-et használjuk")
+                        .arg(nameForMessages, decodeError)
+                        .arg(audio.durationSeconds(), 0, 'f', 2));
+    }
+    result.audio = std::move(audio);
+    return result;
+}
+
+DecodeResult decodeAudioFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        DecodeResult result;
+        result.error = file.errorString();
+        return result;
+    }
+    return decodeAudioDevice(file, QFileInfo(path).fileName());
+}
