@@ -144,6 +144,60 @@ public:
     // ---- Audio ----
 
     // ---- Playback and recording ----
+    // Time to frame: floor(seconds x FPS); negative times give negative frames. The frame
+    // count of the audio rounds up, so the last partial frame exists. Non-finite values stop
+    // the program.
+    int64_t frameIndexForTime(double seconds) const;
+    int64_t totalFrameCount() const;
+
+    // Playback clock. play() does nothing without a player; it starts a 50 ms repeating
+    // timer on the main thread that calls playbackTick(). stop() ends a recording and returns
+    // to where the last fresh play began. seekTo() clamps to 0 ... duration.
+    void play();
+    void pause();
+    void stop();
+    void togglePlayback();
+    void seekTo(double time);
+    // One timer tick: reads the player's position, continues the recording sweep, and lets
+    // the sidebar follow the page on screen. Tests call it directly.
+    void playbackTick();
+
+    // Page-turn recording.
+    void startRecording();
+    void stopRecording();
+    void nextPageDuringRecording();
+    void previousPageDuringRecording();
+    // Thumbnail click while recording: the clicked page is recorded from the frame under the
+    // playhead on. Does nothing when not recording or for an index outside the page list.
+    void switchRecordingToPage(int index);
+    // The two tick steps and the assignment primitives. They are internal steps of recording
+    // and of audio reloading, public so that those features and the tests can call them.
+    void updateAssignmentForCurrentTime();
+    void updateSelectedImageForCurrentTime();
+    // Writes the page image, its placement (currentAssignmentPlacement when set) and
+    // currentAssignmentIndex into the frame; a frame outside the store is skipped. Writes
+    // silently: the caller announces the change once for all the frames it wrote.
+    void assignImage(const QImage& image, int64_t frame);
+    // Makes the page the one being recorded, then assigns it to the frame and announces it.
+    void assignImagePublic(const QImage& image, int64_t frame, int imageIndex);
+    // Writes the page with the given index and a freshly computed placement, leaving the
+    // recording state alone. Writes silently, like assignImage().
+    void assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex);
+
+    // Page navigation: each ends in one seekTo() to a page boundary or in nothing.
+    void jumpToNextPage();
+    void jumpToPreviousPage();
+    void jumpToLastPage();
+    void jumpToStart();
+    void jumpBack3Seconds();
+    // The page colour of the frame at 90 % opacity; none for an unassigned or missing frame.
+    std::optional<QColor> colorForFrame(int64_t frameIndex) const;
+
+    // Placement of a page in the canvas (canvasSize() when none is given), from the image's
+    // size in points.
+    Placement computePlacement(const QImage& image, std::optional<QSizeF> canvas = std::nullopt) const;
+    // Re-fits every assigned frame to the current canvas after a format change.
+    void recalculatePlacementsForFormat();
 
     // ---- Page import and page-list editing ----
 

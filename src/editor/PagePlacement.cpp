@@ -1,0 +1,33 @@
+// The editor's side of placement: fitting pages into the current canvas and re-fitting the
+// frames after a format change. Main thread only.
+#include "editor/VideoEditorViewModel.h"
+
+#include "render/Placement.h"
+
+Placement VideoEditorViewModel::computePlacement(const QImage& image, std::optional<QSizeF> canvas) const
+{
+    // The size in points, not in pixels: a PDF page stored at devicePixelRatio 2 is placed
+    // exactly like a plain image of half its pixel size.
+    return ::computePlacement(image.deviceIndependentSize(), canvas.value_or(canvasSize()));
+}
+
+void VideoEditorViewModel::recalculatePlacementsForFormat()
+{
+    const int64_t count = m_frameManager.getFrameCount();
+    for (int64_t i = 0; i < count; ++i) {
+        const auto record = m_frameManager.getFrame(i);
+        if (!record || !record->assignedImageIndex)
+            continue;
+        const int index = *record->assignedImageIndex;
+        // A frame whose page no longer exists keeps its old rectangle.
+        if (index < 0 || static_cast<size_t>(index) >= m_images.size())
+            continue;
+        const Placement placement = computePlacement(m_images[static_cast<size_t>(index)].image());
+        record->bgImageX = placement.x;
+        record->bgImageY = placement.y;
+        record->bgImageWidth = placement.width;
+        record->bgImageHeight = placement.height;
+    }
+    announceChange();
+    scheduleAutoSave();
+}

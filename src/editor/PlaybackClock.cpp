@@ -1,0 +1,123 @@
+// The playback clock of the editor: time-to-frame mapping, play, pause, stop, seek and the
+// 50 ms tick. Main thread only; the editor owns the timer and the player.
+#include "editor/VideoEditorViewModel.h"
+
+#include "support/CheckedConversions.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kPlaybackTickMs = 50;
+
+} // namespace
+
+int64_t VideoEditorViewModel::frameIndexForTime(double seconds) const
+{
+    return floorToInt64Checked(seconds * static_cast<double>(FPS));
+}
+
+int64_t VideoEditorViewModel::totalFrameCount() const
+{
+    // Rounds up where frameIndexForTime rounds down: the last, partial frame of the audio
+    // exists and is reachable. Equals the count the frame store builds for the duration.
+    return ceilToInt64Checked(m_duration * static_cast<double>(FPS));
+}
+
+void VideoEditorViewModel::play()
+{
+    if (!m_audioPlayer)
+        return;
+    // A play after a pause resumes and keeps the old start; any other play is a fresh start
+    // that stop() will return to.
+    if (!m_isPlaying && !m_wasPaused)
+        m_lastStartPlayPosition = m_currentTime;
+    m_wasPaused = false;
+    m_audioPlayer->setCurrentTime(m_currentTime);
+    m_audioPlayer->play();
+    setIsPlaying(true);
+
+    // A timer left from an earlier play is destroyed (and so stopped) by the replacement;
+    // the transport never calls play() while playing.
+    auto timer = std::make_unique<QTimer>();
+    timer->setInterval(kPlaybackTickMs);
+    timer->setSingleShot(false);
+    // The connection is bound to the editor: once the editor is gone no tick runs.
+    connect(timer.get(), &QTimer::timeout, this, &VideoEditorViewModel::playbackTick);
+    timer->start();
+    m_playbackTimer = std::move(timer);
+}
+
+void VideoEditorViewModel::playbackTick()
+{
+    if (m_audioPlayer)
+        setCurrentTime(m_audioPlayer->currentTime());
+    if (m_isRecording)
+        updateAssignmentForCurrentTime();
+    updateSelectedImageForCurrentTime();
+    // The end of the audio is deliberately not detected here: when the player runs out it
+    // stops by itself while isPlaying stays true and the timer keeps ticking until the user
+    // pauses or stops.
+}
+
+void VideoEditorViewModel::pause()
+{
+    if (m_audioPlayer)
+        m_audioPlayer->pause();
+    setIsPlaying(false);
+    m_wasPaused = true;
+    if (m_playbackTimer) {
+        m_playbackTimer->stop();
+        m_playbackTimer.reset();
+    }
+}
+
+void VideoEditorViewModel::stop()
+{
+    if (m_isRecording) {
+        setIsRecording(false);
+        scheduleAutoSave();
+    }
+    pause();
+    m_wasPaused = false;
+    // Back to where the last fresh play began, not to 0. Recording is already off, so this
+    // seek paints nothing.
+    seekTo(m_lastStartPlayPosition);
+}
+
+void VideoEditorViewModel::togglePlayback()
+{
+    if (m_isPlaying)
+        pause();
+    else
+        play();
+}
+
+void VideoEditorViewModel::seekTo(double time)
+{
+    const int64_t oldFrame = frameIndexForTime(m_currentTime);
+    setCurrentTime(std::max(0.0, std::min(time, m_duration)));
+    if (m_audioPlayer)
+        m_audioPlayer->setCurrentTime(m_currentTime);
+    const int64_t newFrame = frameIndexForTime(m_currentTime);
+
+    if (!m_isPlaying) {
+        // A seek while stopped or paused makes the next play a fresh start from here.
+        m_lastStartPlayPosition = m_currentTime;
+        m_wasPaused = false;
+    }
+
+    if (m_isRecording && m_currentAssignmentIndex >= 0 &&
+        static_cast<size_t>(m_currentAssignmentIndex) < m_images.size()) {
+        // A seek while recording paints the current page over the whole stretch it crossed,
+        // in either direction, and the sweep continues from the new position.
+        const QImage image = m_images[static_cast<size_t>(m_currentAssignmentIndex)].image();
+        for (int64_t frame = std::min(oldFrame, newFrame); frame <= std::max(oldFrame, newFrame); ++frame)
+            assignImage(image, frame);
+        m_lastAssignedFrameIndex = newFrame;
+        announceChange();
+    }
+
+    if (const auto record = m_frameManager.getFrame(newFrame); record && record->assignedImageIndex)
+        setSelectedImageIndex(record->assignedImageIndex);
+}

@@ -1,0 +1,165 @@
+// Page-turn recording: while the audio plays, every frame the playhead passes is given the
+// page being recorded (its index, image and placement). Main thread only.
+#include "editor/VideoEditorViewModel.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isPageIndex(int index, const std::vector<ImageItem>& images)
+{
+    return index >= 0 && static_cast<size_t>(index) < images.size();
+}
+
+} // namespace
+
+void VideoEditorViewModel::assignImage(const QImage& image, int64_t frame)
+{
+    const auto record = m_frameManager.getFrame(frame);
+    if (!record)
+        return;
+    const Placement placement =
+            m_currentAssignmentPlacement ? *m_currentAssignmentPlacement : computePlacement(image);
+    record->bgImage = image;
+    record->bgImageX = placement.x;
+    record->bgImageY = placement.y;
+    record->bgImageWidth = placement.width;
+    record->bgImageHeight = placement.height;
+    // The page index written is the page being recorded, whatever image was passed.
+    record->assignedImageIndex = m_currentAssignmentIndex;
+}
+
+void VideoEditorViewModel::assignImagePublic(const QImage& image, int64_t frame, int imageIndex)
+{
+    m_currentAssignmentIndex = imageIndex;
+    m_currentAssignmentPlacement = computePlacement(image);
+    assignImage(image, frame);
+    announceChange();
+}
+
+void VideoEditorViewModel::assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex)
+{
+    const auto record = m_frameManager.getFrame(frame);
+    if (!record)
+        return;
+    const Placement placement = computePlacement(image);
+    record->bgImage = image;
+    record->bgImageX = placement.x;
+    record->bgImageY = placement.y;
+    record->bgImageWidth = placement.width;
+    record->bgImageHeight = placement.height;
+    record->assignedImageIndex = imageIndex;
+}
+
+void VideoEditorViewModel::startRecording()
+{
+    if (!m_audioURL || m_images.empty())
+        return;
+    // Recording starts with the page selected in the sidebar, or with the first page when
+    // none (or one that no longer exists) is selected.
+    if (m_selectedImageIndex && isPageIndex(*m_selectedImageIndex, m_images)) {
+        m_currentAssignmentIndex = *m_selectedImageIndex;
+    } else {
+        setSelectedImageIndex(0);
+        m_currentAssignmentIndex = 0;
+    }
+    m_currentAssignmentPlacement =
+            computePlacement(m_images[static_cast<size_t>(m_currentAssignmentIndex)].image());
+    // Nothing is written now: the first tick fills from the current frame on.
+    m_lastAssignedFrameIndex = frameIndexForTime(m_currentTime) - 1;
+    setIsRecording(true);
+    play();
+}
+
+void VideoEditorViewModel::stopRecording()
+{
+    // Unlike stop(), the playhead stays where it is.
+    setIsRecording(false);
+    pause();
+    scheduleAutoSave();
+}
+
+void VideoEditorViewModel::updateAssignmentForCurrentTime()
+{
+    const int64_t current = frameIndexForTime(m_currentTime);
+    if (current < 0)
+        return;
+    // The page being recorded always exists while the page list is left alone; should the
+    // list have shrunk under a running recording, nothing is written rather than a missing
+    // page.
+    if (!isPageIndex(m_currentAssignmentIndex, m_images))
+        return;
+    if (m_lastAssignedFrameIndex < current) {
+        // Every frame passed since the last tick is filled, however late the tick came.
+        const QImage image = m_images[static_cast<size_t>(m_currentAssignmentIndex)].image();
+        for (int64_t frame = m_lastAssignedFrameIndex + 1; frame <= current; ++frame)
+            assignImage(image, frame);
+        m_lastAssignedFrameIndex = current;
+        announceChange();
+    }
+    setSelectedImageIndex(m_currentAssignmentIndex);
+}
+
+void VideoEditorViewModel::updateSelectedImageForCurrentTime()
+{
+    const int64_t current = frameIndexForTime(m_currentTime);
+    const auto record = m_frameManager.getFrame(std::max<int64_t>(0, current));
+    if (!record || !record->assignedImageIndex)
+        return;
+    if (m_selectedImageIndex != record->assignedImageIndex)
+        setSelectedImageIndex(record->assignedImageIndex);
+}
+
+namespace {
+
+// The page a press moves to: one step from the current page, kept inside the page list.
+int steppedPage(int current, int step, size_t pageCount)
+{
+    const int last = static_cast<int>(pageCount) - 1;
+    return std::clamp(current + step, 0, last);
+}
+
+} // namespace
+
+void VideoEditorViewModel::nextPageDuringRecording()
+{
+    if (!m_isRecording || m_images.empty())
+        return;
+    const int page = steppedPage(m_currentAssignmentIndex, +1, m_images.size());
+    if (page == m_currentAssignmentIndex)
+        return;
+    m_currentAssignmentIndex = page;
+    setSelectedImageIndex(page);
+    const QImage image = m_images[static_cast<size_t>(page)].image();
+    m_currentAssignmentPlacement = computePlacement(image);
+    // The frame under the playhead shows the new page at once; the sweep continues with it
+    // from the frame after the last one it wrote.
+    assignImage(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)));
+    announceChange();
+}
+
+void VideoEditorViewModel::previousPageDuringRecording()
+{
+    if (!m_isRecording || m_images.empty())
+        return;
+    const int page = steppedPage(m_currentAssignmentIndex, -1, m_images.size());
+    if (page == m_currentAssignmentIndex)
+        return;
+    m_currentAssignmentIndex = page;
+    setSelectedImageIndex(page);
+    const QImage image = m_images[static_cast<size_t>(page)].image();
+    m_currentAssignmentPlacement = computePlacement(image);
+    assignImage(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)));
+    announceChange();
+}
+
+void VideoEditorViewModel::switchRecordingToPage(int index)
+{
+    if (!m_isRecording || !isPageIndex(index, m_images))
+        return;
+    setSelectedImageIndex(index);
+    m_currentAssignmentIndex = index;
+    m_currentAssignmentPlacement.reset();
+    const QImage image = m_images[static_cast<size_t>(index)].image();
+    assignImagePublic(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)), index);
+}
