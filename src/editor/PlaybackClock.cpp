@@ -14,7 +14,12 @@ constexpr int kPlaybackTickMs = 50;
 
 int64_t VideoEditorViewModel::frameIndexForTime(double seconds) const
 {
-    return floorToInt64Checked(seconds * static_cast<double>(FPS));
+    // floor(t x 30), forgiving a millionth of a frame: the start time of frame i is i / 30,
+    // which doubles cannot hold exactly, and for some frames i / 30.0 x 30 comes out a hair
+    // below i (123 / 30.0 x 30 = 122.99999999999999). Page jumps seek to such times; without
+    // the tolerance a jump would land on the last frame of the page before and stay there.
+    constexpr double kFrameTolerance = 1e-6;
+    return floorToInt64Checked(seconds * static_cast<double>(FPS) + kFrameTolerance);
 }
 
 int64_t VideoEditorViewModel::totalFrameCount() const

@@ -204,3 +204,20 @@ TEST_F(PageNavigation, EveryPageIndexGetsItsPaletteColour)
         EXPECT_NEAR(color->alphaF(), 0.9, 1e-4) << "page " << index;
     }
 }
+
+TEST_F(PageNavigation, JumpLandsOnThePageEvenWhereTheFrameTimeIsInexact)
+{
+    // 123 / 30.0 x 30 is 122.99999999999999 in doubles: the jump must still land on the
+    // first frame of the page starting at 123, and a second press must move on.
+    assignRun(0, 122, 0);
+    assignRun(123, 245, 1);
+    assignRun(246, 400, 2);
+    placePlayheadAt(50);
+    editor.jumpToNextPage();
+    EXPECT_EQ(currentFrame(), 123);
+    EXPECT_EQ(editor.selectedImageIndex(), 1);
+    editor.jumpToNextPage();
+    EXPECT_EQ(currentFrame(), 246);
+    editor.jumpToPreviousPage();
+    EXPECT_EQ(currentFrame(), 123);
+}

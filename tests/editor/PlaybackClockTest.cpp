@@ -330,3 +330,10 @@ TEST(PlaybackClock, SeekSelectsThePageAssignedAtTheNewPosition)
     editor.seekTo(3.0);
     EXPECT_EQ(editor.selectedImageIndex(), 4);
 }
+
+TEST(PlaybackClockMapping, EveryFrameStartTimeMapsBackToItsFrame)
+{
+    PlaybackEditor fixture(10.0);
+    for (int64_t frame = 0; frame < 200000; ++frame)
+        ASSERT_EQ(fixture.editor().frameIndexForTime(static_cast<double>(frame) / 30.0), frame);
+}
