@@ -171,6 +171,8 @@ public:
     // Moves the entries at `offsets` before the entry at `destination` (counted before the
     // removal), as a drag in the list does. Selections are left as they are.
     void moveImage(const std::set<int>& offsets, int destination);
+    // Hands the page pictures, in list order, to the frame store (which only stores them).
+    void updateFrameManagerImages();
 
     // ---- Rendering and export ----
 
@@ -213,8 +215,6 @@ private:
     QImage renderPDFPage(class QPdfDocument& document, int pageIndex);
     // The two scaled to the taller height and placed side by side on white.
     QImage mergeImagesHorizontally(const QImage& left, const QImage& right);
-    // Hands the page pictures, in list order, to the frame store.
-    void updateFrameManagerImages();
     // Removes the portrait (or else the landscape) pages and logs how many went.
     void deleteImagesWithOrientation(bool portrait);
 
