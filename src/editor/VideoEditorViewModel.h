@@ -200,6 +200,33 @@ public:
     void recalculatePlacementsForFormat();
 
     // ---- Page import and page-list editing ----
+    // Paths are absolute file paths. Every import appends at the end of the page list; every
+    // edit hands the list to the frame store and requests an autosave. No edit touches the
+    // frames: recorded frames keep their pictures and their stored page indices.
+
+    // Adds one image file as a page; an unreadable file is ignored silently.
+    void addImage(const QString& path);
+    // Opens a PDF, asks whether to import it page by page or two pages side by side, and
+    // imports it; an unreadable PDF is ignored silently, "Mégse" changes nothing.
+    void addPDF(const QString& path);
+    // One entry per page the document can supply, numbered with its own page numbers.
+    void addPDFSingle(class QPdfDocument& document, const QString& url);
+    // One entry per pair of pages (1-2, 3-4, ...); a page without a partner stands alone.
+    void addPDFPaired(class QPdfDocument& document, const QString& url);
+
+    // Removes one entry; an index outside the list is logged and changes nothing.
+    void removeImage(int index);
+    void deleteAllImages();
+    // Remove every page narrower (respectively wider) than tall, measured in points.
+    void deletePortraitImages();
+    void deleteLandscapeImages();
+    // Joins the selected entries, in list order, into one wide page where the first one was.
+    void mergeSelectedImages();
+    // Moves the entries at `offsets` before the entry at `destination` (counted before the
+    // removal), as a drag in the list does. Selections are left as they are.
+    void moveImage(const std::set<int>& offsets, int destination);
+    // Hands the page pictures, in list order, to the frame store (which only stores them).
+    void updateFrameManagerImages();
 
     // ---- Rendering and export ----
 
@@ -238,6 +265,12 @@ private:
     // ---- Playback and recording (private) ----
 
     // ---- Page import and page-list editing (private) ----
+    // The page rendered at two pixels per point on white (see images/PdfRendering.h).
+    QImage renderPDFPage(class QPdfDocument& document, int pageIndex);
+    // The two scaled to the taller height and placed side by side on white.
+    QImage mergeImagesHorizontally(const QImage& left, const QImage& right);
+    // Removes the portrait (or else the landscape) pages and logs how many went.
+    void deleteImagesWithOrientation(bool portrait);
 
     // ---- Rendering and export (private) ----
 

@@ -1,0 +1,97 @@
+// The editor's page import: image files and PDF documents appended to the page list. Runs on
+// the main thread, synchronously, the PDF question included; the decoding and rendering are
+// the free functions of images/.
+#include "editor/VideoEditorViewModel.h"
+#include "images/ImageLoading.h"
+#include "images/ImageMerging.h"
+#include "images/PageListRules.h"
+#include "images/PdfRendering.h"
+#include "support/Dialogs.h"
+
+#include <QPdfDocument>
+
+namespace {
+
+enum PdfImportAnswer { kOnePerPage = 0, kTwoSideBySide = 1, kCancel = 2 };
+
+} // namespace
+
+void VideoEditorViewModel::addImage(const QString& path)
+{
+    std::optional<QImage> image = loadImageFile(path);
+    if (!image)
+        return;
+    std::vector<ImageItem> images = m_images;
+    images.emplace_back(QUuid::createUuid(), std::move(*image), path);
+    setImages(std::move(images));
+    updateFrameManagerImages();
+    scheduleAutoSave();
+}
+
+void VideoEditorViewModel::addPDF(const QString& path)
+{
+    std::unique_ptr<QPdfDocument> document = openPdfDocument(path);
+    if (!document)
+        return;
+    const int answer = m_environment.dialogs->question(
+            AlertStyle::informational, QStringLiteral("PDF importálás"),
+            QStringLiteral("Hogyan importáljuk a ") + QString::number(document->pageCount()) +
+                    QStringLiteral(" oldalas PDF-et?"),
+            {QStringLiteral("Oldalanként"), QStringLiteral("2 oldal egymás mellé"), QStringLiteral("Mégse")});
+    if (answer == kCancel)
+        return;
+    if (answer == kTwoSideBySide)
+        addPDFPaired(*document, path);
+    else
+        addPDFSingle(*document, path);
+    updateFrameManagerImages();
+    scheduleAutoSave();
+}
+
+void VideoEditorViewModel::addPDFSingle(QPdfDocument& document, const QString& url)
+{
+    const auto available = [&document](int index) { return pdfPageAvailable(document, index); };
+    std::vector<ImageItem> images = m_images;
+    const size_t countBefore = images.size();
+    for (const PdfPageGroup& group : singlePdfPageGroups(document.pageCount(), available)) {
+        QImage page = renderPDFPage(document, group.firstPageIndex);
+        // A page that has a size but still cannot be rasterised (out of memory) is skipped
+        // like a page the document cannot supply.
+        if (page.isNull())
+            continue;
+        images.emplace_back(QUuid::createUuid(), std::move(page), url, group.firstPageIndex + 1);
+    }
+    if (images.size() != countBefore)
+        setImages(std::move(images));
+}
+
+void VideoEditorViewModel::addPDFPaired(QPdfDocument& document, const QString& url)
+{
+    const auto available = [&document](int index) { return pdfPageAvailable(document, index); };
+    std::vector<ImageItem> images = m_images;
+    const size_t countBefore = images.size();
+    for (const PdfPageGroup& group : pairedPdfPageGroups(document.pageCount(), available)) {
+        const QImage left = renderPDFPage(document, group.firstPageIndex);
+        const QImage right =
+                group.secondPageIndex ? renderPDFPage(document, *group.secondPageIndex) : QImage();
+        if (left.isNull())
+            continue;
+        // A right-hand page that could not be rasterised after all leaves the left one alone.
+        if (right.isNull()) {
+            images.emplace_back(QUuid::createUuid(), left, url, group.firstPageIndex + 1);
+            continue;
+        }
+        QImage pair = mergeImagesHorizontally(left, right);
+        if (pair.isNull())
+            continue;
+        images.emplace_back(QUuid::createUuid(), std::move(pair), url, group.firstPageIndex + 1,
+                            *group.secondPageIndex + 1);
+    }
+    if (images.size() != countBefore)
+        setImages(std::move(images));
+}
+
+QImage VideoEditorViewModel::renderPDFPage(QPdfDocument& document, int pageIndex)
+{
+    return renderPdfPage(document, pageIndex);
+}

@@ -1,0 +1,145 @@
+// The editor's page-list edits: remove, delete all, delete by orientation, merge the selected
+// pages, move by drag. Main thread, synchronous. The frames are deliberately left alone: a
+// recorded frame keeps the picture it was given and its stored page index, even when that
+// index afterwards names a different entry or none.
+#include "editor/VideoEditorViewModel.h"
+#include "images/ImageMerging.h"
+#include "images/PageListRules.h"
+#include "support/Log.h"
+
+#include <QList>
+
+#include <algorithm>
+
+void VideoEditorViewModel::removeImage(int index)
+{
+    const int count = static_cast<int>(m_images.size());
+    if (index < 0 || index >= count) {
+        logLine(QStringLiteral("[removeImage] HIBA: érvénytelen index: %1, images.count: %2")
+                        .arg(index)
+                        .arg(count));
+        return;
+    }
+    logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(count));
+    std::vector<ImageItem> images = m_images;
+    images.erase(images.begin() + index);
+    setImages(std::move(images));
+    logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_images.size()));
+
+    const std::optional<int> selection = selectionAfterRemoval(m_selectedImageIndex, index);
+    if (selection != m_selectedImageIndex)
+        setSelectedImageIndex(selection);
+    setSelectedImageIndices(selectionsAfterRemoval(m_selectedImageIndices, index));
+
+    announceChange();
+    updateFrameManagerImages();
+    scheduleAutoSave();
+}
+
+void VideoEditorViewModel::deleteAllImages()
+{
+    if (m_images.empty())
+        return;
+    const size_t count = m_images.size();
+    setImages({});
+    setSelectedImageIndex(std::nullopt);
+    setSelectedImageIndices({});
+    announceChange();
+    updateFrameManagerImages();
+    scheduleAutoSave();
+    logLine(QStringLiteral("[deleteAllImages] %1 kép törölve").arg(count));
+}
+
+void VideoEditorViewModel::deletePortraitImages()
+{
+    deleteImagesWithOrientation(true);
+}
+
+void VideoEditorViewModel::deleteLandscapeImages()
+{
+    deleteImagesWithOrientation(false);
+}
+
+void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
+{
+    const PageOrientation doomed = portrait ? PageOrientation::portrait : PageOrientation::landscape;
+    std::vector<ImageItem> kept;
+    for (const ImageItem& item : m_images) {
+        if (pageOrientation(item.image()) != doomed)
+            kept.push_back(item);
+    }
+    const size_t removed = m_images.size() - kept.size();
+    // Runs through also when nothing matched: the selections are cleared and the count logged.
+    setImages(std::move(kept));
+    setSelectedImageIndex(std::nullopt);
+    setSelectedImageIndices({});
+    announceChange();
+    updateFrameManagerImages();
+    scheduleAutoSave();
+    if (portrait)
+        logLine(QStringLiteral("[deletePortraitImages] %1 álló kép törölve").arg(removed));
+    else
+        logLine(QStringLiteral("[deleteLandscapeImages] %1 fekvő kép törölve").arg(removed));
+}
+
+void VideoEditorViewModel::mergeSelectedImages()
+{
+    // List order, not the order of clicking. Members that name no entry take no part.
+    std::vector<int> selected;
+    for (int index : m_selectedImageIndices) {
+        if (index >= 0 && index < static_cast<int>(m_images.size()))
+            selected.push_back(index);
+    }
+    if (selected.size() < 2) {
+        logLine(QStringLiteral("[merge] Legalább 2 kép kell az összefűzéshez"));
+        return;
+    }
+
+    std::vector<QImage> pictures;
+    pictures.reserve(selected.size());
+    for (int index : selected)
+        pictures.push_back(m_images[static_cast<size_t>(index)].image());
+    const QSizeF size = mergedSizeInPoints(pictures);
+    QImage merged = mergeHorizontally(pictures);
+    ImageItem entry(QUuid::createUuid(), std::move(merged),
+                    m_images[static_cast<size_t>(selected.front())].url());
+
+    std::vector<ImageItem> images = m_images;
+    for (auto it = selected.rbegin(); it != selected.rend(); ++it)
+        images.erase(images.begin() + *it);
+    const int position = std::min(selected.front(), static_cast<int>(images.size()));
+    images.insert(images.begin() + position, std::move(entry));
+    setImages(std::move(images));
+
+    setSelectedImageIndices({});
+    setSelectedImageIndex(selected.front());
+    announceChange();
+    updateFrameManagerImages();
+    scheduleAutoSave();
+    logLine(QStringLiteral("[merge] %1 kép összefűzve, méret: %2x%3")
+                    .arg(selected.size())
+                    .arg(static_cast<qint64>(size.width()))
+                    .arg(static_cast<qint64>(size.height())));
+}
+
+void VideoEditorViewModel::moveImage(const std::set<int>& offsets, int destination)
+{
+    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), offsets, destination);
+    setImages(reorderedList(m_images, order));
+    updateFrameManagerImages();
+    scheduleAutoSave();
+}
+
+QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
+{
+    return mergeHorizontally(left, right);
+}
+
+void VideoEditorViewModel::updateFrameManagerImages()
+{
+    QList<QImage> pictures;
+    pictures.reserve(static_cast<qsizetype>(m_images.size()));
+    for (const ImageItem& item : m_images)
+        pictures.append(item.image());
+    m_frameManager.setImages(std::move(pictures));
+}

@@ -1,0 +1,13 @@
+// Reading a picture file into a page image. Pure function, any thread.
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+#include <optional>
+
+// Decodes any format Qt has a reader for, with the EXIF orientation applied so that a phone
+// photo of a page comes in upright. The result has devicePixelRatio 1 (one point per pixel).
+// Nothing is returned for a missing, broken or empty file, or for a picture larger than Qt's
+// image allocation limit; the caller ignores such files silently, so nothing is logged.
+std::optional<QImage> loadImageFile(const QString& path);

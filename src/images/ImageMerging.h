@@ -1,0 +1,30 @@
+// Joining page images side by side. Pure functions on QImage, any thread.
+//
+// Sizes are computed in points (QImage::deviceIndependentSize()), so a PDF page rendered at
+// two pixels per point and a photo at one pixel per point join at their real proportions.
+// The result has the highest pixel density of the inputs, so no input loses sharpness.
+#pragma once
+
+#include <QImage>
+#include <QSizeF>
+
+#include <vector>
+
+// The size in points of the images joined side by side: every image scaled to the tallest
+// height H, aspect kept, no spacing. Images without a height add nothing; H is 100 when no
+// image has a height.
+QSizeF mergedSizeInPoints(const std::vector<QImage>& images);
+
+// Draws the images left to right, each scaled to the tallest height, on white. Size in points
+// is mergedSizeInPoints(images). Returns a null image only when no picture of that size can be
+// allocated even at one pixel per point.
+QImage mergeHorizontally(const std::vector<QImage>& images);
+QImage mergeHorizontally(const QImage& left, const QImage& right);
+
+// The pixel density (pixels per point) to use for a picture of the given size in points: the
+// wanted density, lowered only as far as needed for the pixels to stay below `maxBytes` at four
+// bytes per pixel. Returns 0 when not even a one-pixel picture fits.
+double densityWithinBudget(QSizeF sizeInPoints, double wantedDensity, qint64 maxBytes);
+
+// Vornik's ceiling for one page picture held in memory, in bytes.
+constexpr qint64 kMaxPageImageBytes = qint64(1) << 30;

@@ -1,0 +1,62 @@
+#include "images/PdfRendering.h"
+
+#include "images/ImageMerging.h"
+
+#include <QPainter>
+#include <QPdfDocument>
+
+#include <cmath>
+
+std::unique_ptr<QPdfDocument> openPdfDocument(const QString& path)
+{
+    auto document = std::make_unique<QPdfDocument>();
+    // Only the load result counts: a well-formed document without pages loads without error
+    // but QtPdf then reports its status as Error, and such a document is still imported (as
+    // nothing).
+    if (document->load(path) != QPdfDocument::Error::None)
+        return nullptr;
+    return document;
+}
+
+QSizeF pdfPageSizeInPoints(const QPdfDocument& document, int pageIndex)
+{
+    if (pageIndex < 0 || pageIndex >= document.pageCount())
+        return {};
+    const QSizeF size = document.pagePointSize(pageIndex);
+    if (!size.isValid() || size.isEmpty() || !std::isfinite(size.width()) || !std::isfinite(size.height()))
+        return {};
+    return size;
+}
+
+bool pdfPageAvailable(const QPdfDocument& document, int pageIndex)
+{
+    return !pdfPageSizeInPoints(document, pageIndex).isEmpty();
+}
+
+QImage renderPdfPage(QPdfDocument& document, int pageIndex)
+{
+    const QSizeF points = pdfPageSizeInPoints(document, pageIndex);
+    if (points.isEmpty())
+        return {};
+    // Two rendered copies (the page and its white-backed result) exist for a moment, so each
+    // gets half of the budget.
+    const double density = densityWithinBudget(points, kPdfPageDensity, kMaxPageImageBytes / 2);
+    if (density <= 0.0)
+        return {};
+    const QSize pixels(static_cast<int>(std::lround(points.width() * density)),
+                       static_cast<int>(std::lround(points.height() * density)));
+    const QImage page = document.render(pageIndex, pixels);
+    if (page.isNull())
+        return {};
+
+    QImage result(pixels, QImage::Format_ARGB32_Premultiplied);
+    if (result.isNull())
+        return {};
+    result.fill(Qt::white);
+    {
+        QPainter painter(&result);
+        painter.drawImage(QPoint(0, 0), page);
+    }
+    result.setDevicePixelRatio(density);
+    return result;
+}

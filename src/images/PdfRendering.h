@@ -1,0 +1,32 @@
+// Opening PDF documents and rasterising their pages for the page list. Pure functions on a
+// QPdfDocument the caller owns; one document is used by one thread at a time.
+//
+// A page keeps its size in points: it is rendered at two pixels per point so that staff lines
+// and text stay sharp on the 1920-pixel canvas, and the image carries devicePixelRatio 2, so
+// QImage::deviceIndependentSize() is the page's size in points.
+#pragma once
+
+#include <QImage>
+#include <QSizeF>
+#include <QString>
+
+#include <memory>
+
+class QPdfDocument;
+
+constexpr double kPdfPageDensity = 2.0;
+
+// Loads the file; nothing is returned when it is not a readable PDF (not a PDF at all, cut
+// short beyond repair, or locked with a password).
+std::unique_ptr<QPdfDocument> openPdfDocument(const QString& path);
+
+// Whether the document can supply the page: the index exists and the page has a size.
+bool pdfPageAvailable(const QPdfDocument& document, int pageIndex);
+
+// The page's media box in points; empty when the page cannot be supplied.
+QSizeF pdfPageSizeInPoints(const QPdfDocument& document, int pageIndex);
+
+// The page rendered at two pixels per point (less only for a page too large to hold in memory
+// at that density), composited on white so that transparent areas come out white, with the
+// matching devicePixelRatio. A null image when the page cannot be supplied or rendered.
+QImage renderPdfPage(QPdfDocument& document, int pageIndex);
