@@ -1,0 +1,168 @@
+#include "audio/AudioPipeline.h"
+
+#include "audio/AudioDecoder.h"
+#include "audio/FrameSlicing.h"
+#include "audio/Loudness.h"
+#include "audio/SilenceRendering.h"
+#include "audio/Waveform.h"
+#include "editor/VideoEditorViewModel.h"
+#include "support/Log.h"
+#include "support/ValueFormat.h"
+
+#include <QCoreApplication>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <atomic>
+#include <memory>
+
+namespace {
+
+// What the steps of one run share. `failed` and `duration` are touched only on the main
+// thread (every step runs there, in order); `abandoned` lets the background stop early.
+struct RunState {
+    QPointer<VideoEditorViewModel> editor;
+    bool failed = false;
+    double duration = 0.0;
+    std::atomic<bool> abandoned = false;
+};
+
+// Queues `step` to the main thread. The application object is the context, not the editor:
+// the editor may be destroyed while this thread runs, and the weak pointer is only read on
+// the main thread. Steps after a failed one do nothing.
+void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step)
+{
+    QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [state, step = std::move(step)] {
+                VideoEditorViewModel* editor = state->editor.data();
+                if (!editor) {
+                    state->abandoned = true;
+                    return;
+                }
+                if (!state->failed)
+                    step(*editor);
+            },
+            Qt::QueuedConnection);
+}
+
+void postLog(const std::shared_ptr<RunState>& state, const QString& line)
+{
+    post(state, [line](VideoEditorViewModel&) { logLine(line); });
+}
+
+void postFailure(const std::shared_ptr<RunState>& state, const QString& logPrefix, const QString& error)
+{
+    post(state, [state, logPrefix, error](VideoEditorViewModel& editor) {
+        state->failed = true;
+        state->abandoned = true;
+        editor.setIsLoadingAudio(false);
+        logLine(logPrefix + error);
+    });
+}
+
+void postProgress(const std::shared_ptr<RunState>& state, double progress)
+{
+    post(state, [progress](VideoEditorViewModel& editor) { editor.setLoadingProgress(progress); });
+}
+
+} // namespace
+
+void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioPipelineRequest& request,
+                      const AudioPipelineHooks& hooks)
+{
+    auto state = std::make_shared<RunState>();
+    state->editor = editor;
+    const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
+
+    DecodeResult decoded = decodeAudioFile(request.sourcePath);
+
+    if (request.measureLoudness) {
+        std::optional<double> loudness;
+        if (decoded.audio)
+            loudness = measureRmsLoudness(*decoded.audio);
+        else
+            log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + decoded.error);
+        post(state, [loudness](VideoEditorViewModel& target) {
+            target.setAudioLoudnessDB(loudness);
+            if (loudness) {
+                logLine(QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*loudness, 1) +
+                        QStringLiteral(" dB RMS"));
+            }
+        });
+    }
+
+    log(QStringLiteral("[Audio] Csend hozzáadása: ") + formatDouble(request.startSilence) +
+        QStringLiteral("s elején, ") + formatDouble(request.endSilence) + QStringLiteral("s végén..."));
+    std::optional<ProcessedAudio> processed;
+    if (decoded.audio) {
+        processed = renderProcessedAudio(std::move(*decoded.audio), request.startSilence, request.endSilence,
+                                         request.volumeBoost, request.temporaryDirectory, log);
+    } else {
+        log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + decoded.error);
+    }
+    decoded = {};
+    if (!processed) {
+        postFailure(state, hooks.failureLogPrefix, QStringLiteral("Nem sikerült csendet hozzáadni"));
+        return;
+    }
+    postProgress(state, 0.1);
+
+    // The player is made on the main thread, where it lives.
+    const std::shared_ptr<const AudioBuffer> audio = processed->audio;
+    post(state, [state, audio, path = processed->path, request, hooks](VideoEditorViewModel& target) {
+        const AudioPlayerFactory& factory = target.environment().audioPlayerFactory;
+        std::unique_ptr<AudioPlayer> player = factory ? factory(audio) : nullptr;
+        if (!player) {
+            state->failed = true;
+            state->abandoned = true;
+            target.setIsLoadingAudio(false);
+            logLine(hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni"));
+            return;
+        }
+        state->duration = player->duration();
+        target.setAudioPlayer(std::move(player));
+        target.setDuration(state->duration);
+        target.setAudioURL(path);
+        target.setLoadingProgress(0.2);
+        logLine(QStringLiteral("[Audio] Teljes időtartam csendekkel: ") + formatDouble(state->duration) +
+                QStringLiteral("s (eredeti + ") + formatDouble(request.startSilence) +
+                QStringLiteral("s + ") + formatDouble(request.endSilence) + QStringLiteral("s)"));
+    });
+
+    const std::span<const float> channel0 = audio->channels.front();
+    std::vector<float> bars = waveformBars(channel0);
+    post(state, [bars = std::move(bars)](VideoEditorViewModel& target) mutable {
+        target.setWaveformData(std::move(bars));
+    });
+    postProgress(state, 0.5);
+
+    post(state, [state](VideoEditorViewModel& target) {
+        target.getFrameManager().ensureFrameCount(state->duration, VideoEditorViewModel::FPS);
+        target.setLoadingProgress(0.7);
+    });
+
+    if (state->abandoned)
+        return;
+    // The slice length is fixed by the frame store's 44.1 kHz convention, whatever the
+    // recording's own rate.
+    auto slices = std::make_shared<FrameAudioSlices>(
+            quantiseFrameSlices(channel0, samplesPerFrame(44100.0, VideoEditorViewModel::FPS)));
+    post(state, [slices](VideoEditorViewModel& target) {
+        target.getFrameManager().applyAudioSlices(std::move(*slices));
+        target.announceChange();
+    });
+
+    post(state, [state, hooks](VideoEditorViewModel& target) {
+        if (hooks.finished)
+            hooks.finished(target, state->duration);
+    });
+}
+
+void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks)
+{
+    QPointer<VideoEditorViewModel> target(&editor);
+    // Fire and forget: the results arrive as queued calls.
+    (void)QtConcurrent::run([target, request = std::move(request), hooks = std::move(hooks)] {
+        runAudioPipeline(target, request, hooks);
+    });
+}

@@ -1,0 +1,41 @@
+#include "audio/FrameSlicing.h"
+
+#include "support/CheckedConversions.h"
+
+#include <algorithm>
+#include <cmath>
+
+uint16_t quantiseSample(float sample)
+{
+    if (std::isnan(sample))
+        return kSilentSliceValue;
+    const float scaled = (sample + 1.0f) * 511.5f;
+    // Clamping before the conversion keeps it defined for any magnitude; truncation toward
+    // zero of a value in 0...1023 is the same either way round.
+    return static_cast<uint16_t>(std::clamp(scaled, 0.0f, 1023.0f));
+}
+
+int samplesPerFrame(double sampleRate, int fps)
+{
+    return static_cast<int>(toInt64Checked(sampleRate / static_cast<double>(fps)));
+}
+
+FrameAudioSlices quantiseFrameSlices(std::span<const float> channel0, int samplesPerFrame)
+{
+    FrameAudioSlices result;
+    result.samplesPerFrame = samplesPerFrame;
+    if (samplesPerFrame <= 0)
+        return result;
+    const size_t perFrame = static_cast<size_t>(samplesPerFrame);
+    const size_t count = (channel0.size() + perFrame - 1) / perFrame;
+    result.slices.reserve(count);
+    for (size_t frame = 0; frame < count; ++frame) {
+        const size_t start = frame * perFrame;
+        const size_t end = std::min(start + perFrame, channel0.size());
+        std::vector<uint16_t> slice(perFrame, kSilentSliceValue);
+        for (size_t i = start; i < end; ++i)
+            slice[i - start] = quantiseSample(channel0[i]);
+        result.slices.push_back(std::move(slice));
+    }
+    return result;
+}
