@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -94,6 +95,9 @@ public:
     // Decodes to the end. Returns false on a hard error before the end (`error` set).
     bool decodeAll(QString* error);
     AudioBuffer takeAudio() { return std::move(m_audio); }
+    // The length the container announces, in sample frames, when it states one exactly
+    // (a WAV header, an MP3 info frame, an MP4 sample table); -1 when it only estimates.
+    int64_t announcedFrames() const;
 
 private:
     bool receiveFrames(QString* error);
@@ -167,7 +171,29 @@ bool Session::open(QIODevice& device, QString* error)
     }
     m_audio.sampleRate = m_codec->sample_rate;
     m_audio.channels.assign(static_cast<size_t>(m_codec->ch_layout.nb_channels), {});
+    // Growing the channels by doubling would hold up to twice the recording at the end;
+    // the announced length (with a little room for codec padding) avoids that.
+    // A header can claim anything: the room is capped by what the file's size could hold
+    // (even a very low bit rate stays far below 64 sample frames per byte).
+    const int64_t announced = announcedFrames();
+    const int64_t plausible = device.isSequential() ? 0 : device.size() * 64;
+    if (announced > 0 && announced <= plausible && announced < (int64_t(1) << 32)) {
+        try {
+            for (auto& channel : m_audio.channels)
+                channel.reserve(size_t(announced + 8192));
+        } catch (const std::bad_alloc&) {
+            // Decoding grows the channels as it goes instead.
+        }
+    }
     return true;
+}
+
+int64_t Session::announcedFrames() const
+{
+    const AVStream* stream = m_format->streams[m_streamIndex];
+    if (m_format->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || stream->duration <= 0)
+        return -1;
+    return av_rescale_q(stream->duration, stream->time_base, AVRational{1, m_audio.sampleRate});
 }
 
 bool Session::appendFrame(const AVFrame& frame, QString* error)
@@ -288,8 +314,19 @@ DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages
     if (!session.open(device, &result.error))
         return result;
     QString decodeError;
-    const bool complete = session.decodeAll(&decodeError);
+    bool complete = session.decodeAll(&decodeError);
+    // Codec padding makes a compressed stream's announced length differ by a few thousand
+    // samples; a bigger shortfall means the data stops before its header says it ends.
+    const int64_t announced = session.announcedFrames();
     AudioBuffer audio = session.takeAudio();
+    constexpr int64_t kPaddingTolerance = 8192;
+    if (complete && announced > 0 && audio.frameCount() > 0 &&
+        audio.frameCount() + kPaddingTolerance < announced) {
+        decodeError = QStringLiteral("a fájl rövidebb, mint amit a fejléce jelez (%1 minta helyett %2)")
+                              .arg(announced)
+                              .arg(audio.frameCount());
+        complete = false;
+    }
     if (!complete) {
         if (audio.frameCount() == 0) {
             result.error = decodeError;
