@@ -1,6 +1,7 @@
 #include "support/AudioFixtures.h"
 
 #include "audio/FloatWavWriter.h"
+#include "support/ManualAudioPlayer.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -27,7 +28,8 @@ QString ffmpegError(int code)
     return QString::fromUtf8(text);
 }
 
-AudioBuffer filled(int sampleRate, int channels, int64_t frames, const std::function<float(int, int64_t)>& value)
+AudioBuffer filled(int sampleRate, int channels, int64_t frames,
+                   const std::function<float(int, int64_t)>& value)
 {
     AudioBuffer buffer;
     buffer.sampleRate = sampleRate;
@@ -254,6 +256,19 @@ bool encodeBuffer(const QString& path, const QString& encoderName, const AudioBu
                     std::copy_n(buffer.channels[c].begin() + start, count, planar[c].begin());
             },
             192000, error);
+}
+
+EditorEnvironment manualPlayerEnvironment(const QString& temporaryDirectory,
+                                          std::shared_ptr<const AudioBuffer>* madeFrom)
+{
+    EditorEnvironment environment;
+    environment.temporaryDirectory = temporaryDirectory;
+    environment.audioPlayerFactory = [madeFrom](std::shared_ptr<const AudioBuffer> audio) {
+        if (madeFrom)
+            *madeFrom = audio;
+        return std::make_unique<ManualAudioPlayer>(audio->durationSeconds());
+    };
+    return environment;
 }
 
 } // namespace fixtures

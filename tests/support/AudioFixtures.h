@@ -4,11 +4,13 @@
 #pragma once
 
 #include "audio/AudioBuffer.h"
+#include "editor/EditorEnvironment.h"
 
 #include <QString>
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace fixtures {
@@ -18,7 +20,8 @@ namespace fixtures {
 AudioBuffer sineTone(int sampleRate, int channels, int64_t frames, float amplitude = 0.5f,
                      double frequency = 440.0);
 // A square wave alternating +amplitude and -amplitude every `halfPeriod` samples.
-AudioBuffer squareWave(int sampleRate, int channels, int64_t frames, float amplitude = 1.0f, int halfPeriod = 50);
+AudioBuffer squareWave(int sampleRate, int channels, int64_t frames, float amplitude = 1.0f,
+                       int halfPeriod = 50);
 // Digital silence.
 AudioBuffer silence(int sampleRate, int channels, int64_t frames);
 // The same value in every sample.
@@ -38,7 +41,8 @@ bool hasAacEncoder();
 
 // Fills `planar` (one vector per channel, already sized to `count`) with frames
 // start .. start + count - 1.
-using SampleGenerator = std::function<void(int64_t start, int64_t count, std::vector<std::vector<float>>& planar)>;
+using SampleGenerator =
+        std::function<void(int64_t start, int64_t count, std::vector<std::vector<float>>& planar)>;
 
 // Encodes generated audio with `encoderName` into the container chosen by the extension of
 // `path` (".mp3", ".m4a"). Streams: memory stays small whatever the length.
@@ -46,5 +50,11 @@ bool encodeGenerated(const QString& path, const QString& encoderName, int sample
                      int64_t frames, const SampleGenerator& generate, int bitRate, QString* error);
 // Encodes a buffer the same way.
 bool encodeBuffer(const QString& path, const QString& encoderName, const AudioBuffer& buffer, QString* error);
+
+// An editor environment whose players are ManualAudioPlayers (duration = the processed
+// buffer's length) and whose temporary files go to `temporaryDirectory`. Each buffer handed
+// to the factory is also stored in `*madeFrom` when given.
+EditorEnvironment manualPlayerEnvironment(const QString& temporaryDirectory,
+                                          std::shared_ptr<const AudioBuffer>* madeFrom = nullptr);
 
 } // namespace fixtures
