@@ -98,6 +98,9 @@ public:
     // The length the container announces, in sample frames, when it states one exactly
     // (a WAV header, an MP3 info frame, an MP4 sample table); -1 when it only estimates.
     int64_t announcedFrames() const;
+    // How far the decoded length may fall short of the announced one: nothing for PCM,
+    // the codec's start and end padding for compressed formats.
+    int64_t lengthTolerance() const { return av_get_exact_bits_per_sample(m_codec->codec_id) > 0 ? 0 : 8192; }
 
 private:
     bool receiveFrames(QString* error);
@@ -318,10 +321,9 @@ DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages
     // Codec padding makes a compressed stream's announced length differ by a few thousand
     // samples; a bigger shortfall means the data stops before its header says it ends.
     const int64_t announced = session.announcedFrames();
+    const int64_t tolerance = session.lengthTolerance();
     AudioBuffer audio = session.takeAudio();
-    constexpr int64_t kPaddingTolerance = 8192;
-    if (complete && announced > 0 && audio.frameCount() > 0 &&
-        audio.frameCount() + kPaddingTolerance < announced) {
+    if (complete && announced > 0 && audio.frameCount() > 0 && audio.frameCount() + tolerance < announced) {
         decodeError = QStringLiteral("a fájl rövidebb, mint amit a fejléce jelez (%1 minta helyett %2)")
                               .arg(announced)
                               .arg(audio.frameCount());

@@ -8,11 +8,17 @@
 
 AudioPlayerFactory defaultAudioPlayerFactory()
 {
+    return audioPlayerFactoryFor([] { return QMediaDevices::defaultAudioOutput(); });
+}
+
+AudioPlayerFactory audioPlayerFactoryFor(std::function<QAudioDevice()> outputDevice)
+{
     auto toldNoDevice = std::make_shared<bool>(false);
-    return [toldNoDevice](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
+    return [toldNoDevice, outputDevice = std::move(outputDevice)](
+                   std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
         if (!audio || audio->sampleRate <= 0 || audio->channelCount() == 0)
             return nullptr;
-        const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+        const QAudioDevice device = outputDevice();
         if (device.isNull()) {
             if (!*toldNoDevice) {
                 logLine(QStringLiteral("[Audio] Nincs hangkimeneti eszköz: a lejátszás hang nélkül fut"));

@@ -4,4 +4,12 @@
 
 #include "audio/AudioPlayer.h"
 
+#include <QAudioDevice>
+
+#include <functional>
+
 AudioPlayerFactory defaultAudioPlayerFactory();
+
+// The same choice with the output device given by `outputDevice`, asked on every new player
+// (a null device means none).
+AudioPlayerFactory audioPlayerFactoryFor(std::function<QAudioDevice()> outputDevice);
