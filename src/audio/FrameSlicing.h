@@ -26,3 +26,8 @@ struct FrameAudioSlices {
 
 // Cuts `channel0` into slices of `samplesPerFrame` quantised samples.
 FrameAudioSlices quantiseFrameSlices(std::span<const float> channel0, int samplesPerFrame);
+
+// The same in steps, for a channel that grows: appendWholeSlices adds the slices of every
+// whole frame of `channel0` not yet in `slices`; finishSlices then adds the padded last one.
+void appendWholeSlices(std::span<const float> channel0, FrameAudioSlices& slices);
+void finishSlices(std::span<const float> channel0, FrameAudioSlices& slices);

@@ -4,19 +4,34 @@
 
 #include <cmath>
 
+void accumulateSquares(std::span<const float> samples, double& sum)
+{
+    for (const float sample : samples) {
+        const double widened = sample;
+        sum += widened * widened;
+    }
+}
+
 std::optional<double> measureRmsLoudness(const AudioBuffer& audio)
 {
-    const uint32_t length = toFrameCountChecked(static_cast<double>(audio.frameCount()));
-    if (length == 0 || audio.channelCount() == 0)
+    std::vector<double> sums(audio.channels.size(), 0.0);
+    for (size_t c = 0; c < audio.channels.size(); ++c)
+        accumulateSquares(audio.channels[c], sums[c]);
+    return rmsLoudnessFromSums(sums, audio.frameCount());
+}
+
+std::optional<double> rmsLoudnessFromSums(std::span<const double> channelSquareSums, int64_t length)
+{
+    // The whole recording must fit one buffer of an unsigned 32-bit frame capacity.
+    const uint32_t frames = toFrameCountChecked(static_cast<double>(length));
+    if (frames == 0 || channelSquareSums.empty())
         return std::nullopt;
+    // Each channel is summed on its own (so a recording can be summed while it decodes),
+    // then the channels in order.
     double sum = 0.0;
-    for (const auto& channel : audio.channels) {
-        for (const float sample : channel) {
-            const double widened = sample;
-            sum += widened * widened;
-        }
-    }
-    const double rms = std::sqrt(sum / (static_cast<double>(length) * audio.channelCount()));
+    for (const double channelSum : channelSquareSums)
+        sum += channelSum;
+    const double rms = std::sqrt(sum / (static_cast<double>(frames) * double(channelSquareSums.size())));
     if (rms <= 0.0)
         return -100.0;
     return 20.0 * std::log10(rms);

@@ -62,6 +62,19 @@ QString formatFloat(float value)
     return QString::fromStdString(text);
 }
 
+QString gainLogLine(double volumeBoost, float gain)
+{
+    return QStringLiteral("[Audio] Hangerő erősítés alkalmazva: ") + formatDouble(volumeBoost) +
+           QStringLiteral("% (gain: ") + formatFloat(gain) + QStringLiteral(")");
+}
+
+QStringList renderedLogLines(double startSilence, double endSilence, const QString& path)
+{
+    return {QStringLiteral("[Audio] Csend hozzáadva: ") + formatDouble(startSilence) +
+                    QStringLiteral("s elején, ") + formatDouble(endSilence) + QStringLiteral("s végén"),
+            QStringLiteral("[Audio] Temp fájl: ") + path};
+}
+
 std::optional<ProcessedAudio> renderProcessedAudio(AudioBuffer source, double startSilence, double endSilence,
                                                    double volumeBoost, const QString& directory,
                                                    const AudioLogSink& log)
@@ -70,10 +83,8 @@ std::optional<ProcessedAudio> renderProcessedAudio(AudioBuffer source, double st
     toFrameCountChecked(static_cast<double>(source.frameCount()));
 
     const float gain = gainForVolumeBoost(volumeBoost);
-    if (gain != 1.0f) {
-        log(QStringLiteral("[Audio] Hangerő erősítés alkalmazva: ") + formatDouble(volumeBoost) +
-            QStringLiteral("% (gain: ") + formatFloat(gain) + QStringLiteral(")"));
-    }
+    if (gain != 1.0f)
+        log(gainLogLine(volumeBoost, gain));
     const uint32_t startFrames = silenceFrameCount(startSilence, source.sampleRate);
     const uint32_t endFrames = silenceFrameCount(endSilence, source.sampleRate);
 

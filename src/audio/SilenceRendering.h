@@ -7,6 +7,7 @@
 #include "audio/AudioBuffer.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -35,6 +36,11 @@ QString newProcessedAudioPath(const QString& directory);
 
 // The text of a 32-bit float in its shortest round-trip form ("1.5", "3.0", "0.33").
 QString formatFloat(float value);
+
+// The log lines of rendering: the gain line (only when the gain is not exactly 1) and the
+// two lines that end a successful rendering.
+QString gainLogLine(double volumeBoost, float gain);
+QStringList renderedLogLines(double startSilence, double endSilence, const QString& path);
 
 struct ProcessedAudio {
     QString path;

@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <csignal>
 #include <sys/types.h>
 
@@ -104,20 +105,30 @@ TEST_F(SinkAudioPlayerTest, FactoryPicksTheSoundCardPlayerWhenThereIsAnOutput)
 
 TEST_F(SinkAudioPlayerTest, PositionAdvancesAtRealSpeed)
 {
-    const auto player = makePlayer(6.0);
-    EXPECT_EQ(player->duration(), 6.0);
+    const auto player = makePlayer(8.0);
+    EXPECT_EQ(player->duration(), 8.0);
     player->play();
     // A fresh stream on the null sink takes a while to settle (the server renders it in
     // large blocks until its latency adapts); the clock follows what the server plays, so
     // the steady pace is measured once playback has run for a second.
     ASSERT_TRUE(waitUntil([&] { return player->currentTime() > 1.0; }, 8000)) << "playback did not start";
-    const double start = player->currentTime();
-    QElapsedTimer wall;
-    wall.start();
-    run(1000);
-    const double played = player->currentTime() - start;
-    const double elapsed = double(wall.nsecsElapsed()) / 1e9;
-    EXPECT_NEAR(played, elapsed, 0.05);
+    // The samples are fed from this thread; on a machine starved of CPU a window can catch
+    // an underrun (the clock then rightly stops with the sound). Up to three consecutive
+    // one-second windows are measured and the first undisturbed one must match.
+    std::vector<double> errors;
+    for (int window = 0; window < 3; ++window) {
+        const double start = player->currentTime();
+        QElapsedTimer wall;
+        wall.start();
+        run(1000);
+        const double played = player->currentTime() - start;
+        const double elapsed = double(wall.nsecsElapsed()) / 1e9;
+        errors.push_back(std::abs(played - elapsed));
+        EXPECT_LT(errors.back(), 0.5) << "window " << window;
+        if (errors.back() <= 0.05)
+            break;
+    }
+    EXPECT_LE(errors.back(), 0.05) << "every window was off by more than 50 ms";
     EXPECT_TRUE(player->isPlaying());
 }
 
