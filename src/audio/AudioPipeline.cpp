@@ -3,9 +3,11 @@
 #include "audio/AudioDecoder.h"
 #include "audio/FrameSlicing.h"
 #include "audio/Loudness.h"
+#include "audio/ProcessedAudioBuilder.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
 #include "editor/VideoEditorViewModel.h"
+#include "support/CheckedConversions.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
 
@@ -74,14 +76,23 @@ void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioP
     state->editor = editor;
     const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
 
-    DecodeResult decoded = decodeAudioFile(request.sourcePath);
+    // One decode feeds everything: loudness, processed buffer, WAV file and frame slices.
+    ProcessedAudioRequest render;
+    render.startSilence = request.startSilence;
+    render.endSilence = request.endSilence;
+    render.gain = gainForVolumeBoost(request.volumeBoost);
+    render.wavPath = newProcessedAudioPath(request.temporaryDirectory);
+    // The slice length is fixed by the frame store's 44.1 kHz convention, whatever the
+    // recording's own rate.
+    render.samplesPerFrame = samplesPerFrame(44100.0, VideoEditorViewModel::FPS);
+    ProcessedAudioResult built = ProcessedAudioBuilder(render).build(request.sourcePath);
 
     if (request.measureLoudness) {
         std::optional<double> loudness;
-        if (decoded.audio)
-            loudness = measureRmsLoudness(*decoded.audio);
+        if (built.decode.ok)
+            loudness = rmsLoudnessFromSums(built.squareSums, built.sourceFrames);
         else
-            log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + decoded.error);
+            log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
         post(state, [loudness](VideoEditorViewModel& target) {
             target.setAudioLoudnessDB(loudness);
             if (loudness) {
@@ -93,18 +104,29 @@ void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioP
 
     log(QStringLiteral("[Audio] Csend hozzáadása: ") + formatDouble(request.startSilence) +
         QStringLiteral("s elején, ") + formatDouble(request.endSilence) + QStringLiteral("s végén..."));
-    std::optional<ProcessedAudio> processed;
-    if (decoded.audio) {
-        processed = renderProcessedAudio(std::move(*decoded.audio), request.startSilence, request.endSilence,
-                                         request.volumeBoost, request.temporaryDirectory, log);
+    bool rendered = false;
+    if (!built.decode.ok) {
+        log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + built.decode.error);
     } else {
-        log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + decoded.error);
+        // The whole source must fit one buffer of an unsigned 32-bit frame capacity.
+        toFrameCountChecked(static_cast<double>(built.sourceFrames));
+        if (render.gain != 1.0f)
+            log(gainLogLine(request.volumeBoost, render.gain));
+        if (!built.writeError.isEmpty()) {
+            log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + built.writeError);
+        } else {
+            for (const QString& line :
+                 renderedLogLines(request.startSilence, request.endSilence, render.wavPath))
+                log(line);
+            rendered = true;
+        }
     }
-    decoded = {};
-    if (!processed) {
+    if (!rendered) {
         postFailure(state, hooks.failureLogPrefix, QStringLiteral("Nem sikerült csendet hozzáadni"));
         return;
     }
+    ProcessedAudio processedAudio{render.wavPath, std::move(built.audio)};
+    const std::optional<ProcessedAudio> processed = std::move(processedAudio);
     postProgress(state, 0.1);
 
     // The player is made on the main thread, where it lives.
@@ -141,12 +163,7 @@ void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioP
         target.setLoadingProgress(0.7);
     });
 
-    if (state->abandoned)
-        return;
-    // The slice length is fixed by the frame store's 44.1 kHz convention, whatever the
-    // recording's own rate.
-    auto slices = std::make_shared<FrameAudioSlices>(
-            quantiseFrameSlices(channel0, samplesPerFrame(44100.0, VideoEditorViewModel::FPS)));
+    auto slices = std::make_shared<FrameAudioSlices>(std::move(built.slices));
     post(state, [slices](VideoEditorViewModel& target) {
         target.getFrameManager().applyAudioSlices(std::move(*slices));
         target.announceChange();

@@ -361,3 +361,23 @@ TEST(AudioLoadingFailure, EditorDestroyedDuringLoadingDropsTheResults)
     drainEvents();
     EXPECT_TRUE(log.linesStartingWith(QStringLiteral("[Audio] Betöltés kész")).isEmpty());
 }
+
+TEST(AudioLoadingFailure, UnwritableTemporaryFolderFailsThroughTheSilenceError)
+{
+    QTemporaryDir dir;
+    VideoEditorViewModel editor(
+            fixtures::manualPlayerEnvironment(dir.filePath(QStringLiteral("no-such-folder"))));
+    const QString path =
+            fixtures::writeWav(dir.filePath(QStringLiteral("t.wav")), fixtures::sineTone(44100, 1, 44100));
+    LogCapture log;
+    editor.loadAudio(path);
+    ASSERT_TRUE(waitUntil([&] { return !editor.isLoadingAudio(); }));
+    drainEvents();
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ")).size(), 1);
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba betöltéskor: ")),
+              QStringList{QStringLiteral("[Audio] Hiba betöltéskor: Nem sikerült csendet hozzáadni")});
+    // The loudness of the readable original is still measured and shown.
+    EXPECT_TRUE(editor.audioLoudnessDB().has_value());
+    EXPECT_FALSE(editor.audioURL().has_value());
+    EXPECT_EQ(editor.getFrameManager().getFrameCount(), 0);
+}
