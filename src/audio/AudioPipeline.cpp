@@ -14,18 +14,16 @@
 #include <QCoreApplication>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include <atomic>
 #include <memory>
 
 namespace {
 
 // What the steps of one run share. `failed` and `duration` are touched only on the main
-// thread (every step runs there, in order); `abandoned` lets the background stop early.
+// thread, where every step runs, in order.
 struct RunState {
     QPointer<VideoEditorViewModel> editor;
     bool failed = false;
     double duration = 0.0;
-    std::atomic<bool> abandoned = false;
 };
 
 // Queues `step` to the main thread. The application object is the context, not the editor:
@@ -37,11 +35,7 @@ void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditor
             QCoreApplication::instance(),
             [state, step = std::move(step)] {
                 VideoEditorViewModel* editor = state->editor.data();
-                if (!editor) {
-                    state->abandoned = true;
-                    return;
-                }
-                if (!state->failed)
+                if (editor && !state->failed)
                     step(*editor);
             },
             Qt::QueuedConnection);
@@ -56,7 +50,6 @@ void postFailure(const std::shared_ptr<RunState>& state, const QString& logPrefi
 {
     post(state, [state, logPrefix, error](VideoEditorViewModel& editor) {
         state->failed = true;
-        state->abandoned = true;
         editor.setIsLoadingAudio(false);
         logLine(logPrefix + error);
     });
@@ -125,18 +118,15 @@ void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioP
         postFailure(state, hooks.failureLogPrefix, QStringLiteral("Nem sikerült csendet hozzáadni"));
         return;
     }
-    ProcessedAudio processedAudio{render.wavPath, std::move(built.audio)};
-    const std::optional<ProcessedAudio> processed = std::move(processedAudio);
     postProgress(state, 0.1);
 
     // The player is made on the main thread, where it lives.
-    const std::shared_ptr<const AudioBuffer> audio = processed->audio;
-    post(state, [state, audio, path = processed->path, request, hooks](VideoEditorViewModel& target) {
+    const std::shared_ptr<const AudioBuffer> audio = std::move(built.audio);
+    post(state, [state, audio, path = render.wavPath, request, hooks](VideoEditorViewModel& target) {
         const AudioPlayerFactory& factory = target.environment().audioPlayerFactory;
         std::unique_ptr<AudioPlayer> player = factory ? factory(audio) : nullptr;
         if (!player) {
             state->failed = true;
-            state->abandoned = true;
             target.setIsLoadingAudio(false);
             logLine(hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni"));
             return;
