@@ -14,10 +14,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -152,11 +152,15 @@ int runOnce(const QString& mp3)
         VideoEditorViewModel editor(environment);
         QElapsedTimer timer;
         timer.start();
+        // Wait the way the application does: an idle event loop woken by the queued results.
+        QEventLoop loop;
+        QObject::connect(&editor, &VideoEditorViewModel::isLoadingAudioChanged, &loop, [&] {
+            if (!editor.isLoadingAudio())
+                loop.quit();
+        });
         editor.loadAudio(mp3);
-        while (editor.isLoadingAudio()) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-            QThread::usleep(200);
-        }
+        if (editor.isLoadingAudio())
+            loop.exec();
         loadSeconds = double(timer.nsecsElapsed()) / 1e9;
         durationSeconds = editor.duration();
         frameCount = editor.getFrameManager().getFrameCount();

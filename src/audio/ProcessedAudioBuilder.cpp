@@ -80,18 +80,33 @@ std::span<float* const> ProcessedAudioBuilder::blockFor(int frameCount)
 
 void ProcessedAudioBuilder::commit(int frameCount)
 {
-    m_chunkFrames += size_t(std::max(frameCount, 0));
+    const size_t frames = size_t(std::max(frameCount, 0));
+    // The loudness sums run here, on the decoding thread, to balance the two threads' work.
+    for (size_t c = 0; c < m_chunk.size(); ++c)
+        accumulateSquares(std::span<const float>(m_chunk[c].data() + m_chunkFrames, frames),
+                          m_result.squareSums[c]);
+    m_chunkFrames += frames;
 }
 
 void ProcessedAudioBuilder::pushChunk()
 {
     if (m_chunkFrames == 0)
         return;
-    Chunk full(static_cast<size_t>(m_channels), std::vector<float>(kChunkFrames));
-    std::swap(full, m_chunk);
+    Chunk full;
     {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_queue.size() < kMaxQueued; });
+        // Chunks the worker is done with are filled again rather than allocated anew.
+        if (!m_spare.empty()) {
+            full = std::move(m_spare.back());
+            m_spare.pop_back();
+        }
+    }
+    if (full.empty())
+        full.assign(static_cast<size_t>(m_channels), std::vector<float>(m_chunk.front().size()));
+    std::swap(full, m_chunk);
+    {
+        std::lock_guard lock(m_mutex);
         m_queue.emplace_back(std::move(full), m_chunkFrames);
     }
     m_changed.notify_all();
@@ -112,6 +127,9 @@ void ProcessedAudioBuilder::work()
         }
         m_changed.notify_all();
         consume(next.first, next.second);
+        std::lock_guard lock(m_mutex);
+        if (m_spare.size() < kMaxQueued)
+            m_spare.push_back(std::move(next.first));
     }
 }
 
@@ -121,7 +139,6 @@ void ProcessedAudioBuilder::consume(const Chunk& chunk, size_t frames)
     AudioBuffer& audio = *m_result.audio;
     for (size_t c = 0; c < chunk.size(); ++c) {
         const std::span<const float> block(chunk[c].data(), frames);
-        accumulateSquares(block, m_result.squareSums[c]);
         std::vector<float>& out = audio.channels[c];
         if (gain == 1.0f) {
             out.insert(out.end(), block.begin(), block.end());

@@ -75,6 +75,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<std::pair<Chunk, size_t>> m_queue;
+    std::vector<Chunk> m_spare;
     bool m_finished = false;
     std::thread m_worker;
 
