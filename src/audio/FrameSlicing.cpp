@@ -5,16 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-uint16_t quantiseSample(float sample)
-{
-    if (std::isnan(sample))
-        return kSilentSliceValue;
-    const float scaled = (sample + 1.0f) * 511.5f;
-    // Clamping before the conversion keeps it defined for any magnitude; truncation toward
-    // zero of a value in 0...1023 is the same either way round.
-    return static_cast<uint16_t>(std::clamp(scaled, 0.0f, 1023.0f));
-}
-
 int samplesPerFrame(double sampleRate, int fps)
 {
     return static_cast<int>(toInt64Checked(sampleRate / static_cast<double>(fps)));

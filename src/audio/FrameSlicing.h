@@ -10,8 +10,17 @@
 constexpr uint16_t kSilentSliceValue = 512;
 
 // The 10-bit value of a float sample: (s + 1) x 511.5 in 32-bit float, truncated toward
-// zero and clamped to 0...1023. A NaN sample counts as silence.
-uint16_t quantiseSample(float sample);
+// zero and clamped to 0...1023. A NaN sample counts as silence. Inline: it runs for every
+// sample of a recording.
+inline uint16_t quantiseSample(float sample)
+{
+    if (sample != sample)
+        return kSilentSliceValue;
+    const float scaled = (sample + 1.0f) * 511.5f;
+    // Clamping before the conversion keeps it defined for any magnitude; truncation toward
+    // zero of a value in 0...1023 is the same either way round.
+    return static_cast<uint16_t>(scaled < 0.0f ? 0.0f : (scaled > 1023.0f ? 1023.0f : scaled));
+}
 
 // Samples per frame: sampleRate / fps truncated (44100 / 30 = 1470). Stops the program when
 // the quotient is not finite.
