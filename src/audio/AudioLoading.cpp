@@ -24,8 +24,11 @@ void computeAndPublishWaveform(const QPointer<VideoEditorViewModel>& editor, con
     if (!decoded.audio || decoded.audio->channels.empty())
         return;
     std::vector<float> bars = waveformBars(decoded.audio->channels.front());
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application)
+        return;
     QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
+            application,
             [editor, bars = std::move(bars)]() mutable {
                 if (VideoEditorViewModel* target = editor.data())
                     target->setWaveformData(std::move(bars));

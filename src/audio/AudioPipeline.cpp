@@ -31,8 +31,11 @@ struct RunState {
 // the main thread. Steps after a failed one do nothing.
 void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step)
 {
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application)
+        return; // the program is shutting down: nobody is left to show the results
     QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
+            application,
             [state, step = std::move(step)] {
                 VideoEditorViewModel* editor = state->editor.data();
                 if (editor && !state->failed)
