@@ -18,19 +18,21 @@
 namespace {
 
 // Decodes `url` and hands its bars to the editor on the main thread. Runs on any thread.
-void computeAndPublishWaveform(const QPointer<VideoEditorViewModel>& editor, const QString& url)
+// The weak pointer is made by the caller and travels back to the main thread with the
+// result, so its reference count is only ever released there.
+void computeAndPublishWaveform(std::shared_ptr<QPointer<VideoEditorViewModel>> editor, const QString& url)
 {
-    DecodeResult decoded = decodeAudioFile(url);
-    if (!decoded.audio || decoded.audio->channels.empty())
-        return;
-    std::vector<float> bars = waveformBars(decoded.audio->channels.front());
     QCoreApplication* application = QCoreApplication::instance();
     if (!application)
         return;
+    std::vector<float> bars;
+    if (DecodeResult decoded = decodeAudioFile(url); decoded.audio && !decoded.audio->channels.empty())
+        bars = waveformBars(decoded.audio->channels.front());
     QMetaObject::invokeMethod(
             application,
-            [editor, bars = std::move(bars)]() mutable {
-                if (VideoEditorViewModel* target = editor.data())
+            [editor = std::move(editor), bars = std::move(bars)]() mutable {
+                VideoEditorViewModel* target = editor->data();
+                if (target && bars.size() == kWaveformBarCount)
                     target->setWaveformData(std::move(bars));
             },
             Qt::QueuedConnection);
@@ -106,13 +108,15 @@ std::optional<QString> VideoEditorViewModel::addSilenceToAudio(const QString& so
 
 void VideoEditorViewModel::generateWaveformSync(const QString& url)
 {
-    computeAndPublishWaveform(QPointer<VideoEditorViewModel>(this), url);
+    computeAndPublishWaveform(std::make_shared<QPointer<VideoEditorViewModel>>(this), url);
 }
 
 void VideoEditorViewModel::generateWaveform(const QString& url)
 {
-    QPointer<VideoEditorViewModel> editor(this);
-    (void)QtConcurrent::run([editor, url] { computeAndPublishWaveform(editor, url); });
+    auto editor = std::make_shared<QPointer<VideoEditorViewModel>>(this);
+    (void)QtConcurrent::run([editor = std::move(editor), url]() mutable {
+        computeAndPublishWaveform(std::move(editor), url);
+    });
 }
 
 int64_t VideoEditorViewModel::frameIndexForWaveformBar(int bar, int totalBars) const

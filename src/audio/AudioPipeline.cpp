@@ -18,8 +18,11 @@
 
 namespace {
 
-// What the steps of one run share. `failed` and `duration` are touched only on the main
-// thread, where every step runs, in order.
+// What the steps of one run share. It is created on the main thread, and `editor`,
+// `failed` and `duration` are only touched there, where every step runs, in order. The weak
+// pointer's own reference count must not be touched by the background either (Qt releases
+// it uninstrumented, which the thread sanitizer cannot follow), so the background never
+// holds the last reference: it hands its own to the main thread when it is done.
 struct RunState {
     QPointer<VideoEditorViewModel> editor;
     bool failed = false;
@@ -63,13 +66,31 @@ void postProgress(const std::shared_ptr<RunState>& state, double progress)
     post(state, [progress](VideoEditorViewModel& editor) { editor.setLoadingProgress(progress); });
 }
 
-} // namespace
+// Gives the background's reference to the run to the main thread when it goes out of scope.
+class HandBack {
+public:
+    explicit HandBack(std::shared_ptr<RunState>& state)
+        : m_state(state)
+    {}
+    ~HandBack()
+    {
+        if (QCoreApplication* application = QCoreApplication::instance()) {
+            QMetaObject::invokeMethod(
+                    application, [state = std::move(m_state)] { (void)state; }, Qt::QueuedConnection);
+        }
+    }
+    HandBack(const HandBack&) = delete;
+    HandBack& operator=(const HandBack&) = delete;
 
-void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioPipelineRequest& request,
+private:
+    std::shared_ptr<RunState>& m_state;
+};
+
+// The steps on the background thread.
+void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineRequest& request,
                       const AudioPipelineHooks& hooks)
 {
-    auto state = std::make_shared<RunState>();
-    state->editor = editor;
+    const HandBack handBack(state);
     const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
 
     // One decode feeds everything: loudness, processed buffer, WAV file and frame slices.
@@ -168,11 +189,15 @@ void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioP
     });
 }
 
+} // namespace
+
 void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks)
 {
-    QPointer<VideoEditorViewModel> target(&editor);
+    auto state = std::make_shared<RunState>();
+    state->editor = &editor;
     // Fire and forget: the results arrive as queued calls.
-    (void)QtConcurrent::run([target, request = std::move(request), hooks = std::move(hooks)] {
-        runAudioPipeline(target, request, hooks);
-    });
+    (void)QtConcurrent::run(
+            [state = std::move(state), request = std::move(request), hooks = std::move(hooks)]() mutable {
+                runAudioPipeline(std::move(state), request, hooks);
+            });
 }

@@ -5,7 +5,6 @@
 // it; they differ in the loudness step, the failure text and what happens at the end.
 #pragma once
 
-#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -35,8 +34,3 @@ struct AudioPipelineHooks {
 // Starts the work on the global thread pool and returns at once. The editor is held weakly:
 // if it is gone when a step arrives, the step is dropped. Called on the main thread.
 void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks);
-
-// The same steps run synchronously on the calling thread, posting as above; for callers that
-// already are on a background thread.
-void runAudioPipeline(const QPointer<VideoEditorViewModel>& editor, const AudioPipelineRequest& request,
-                      const AudioPipelineHooks& hooks);

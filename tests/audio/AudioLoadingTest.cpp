@@ -22,7 +22,11 @@ bool loadAndWait(VideoEditorViewModel& editor, const QString& path)
 {
     editor.loadAudio(path);
     EXPECT_TRUE(editor.isLoadingAudio());
-    return waitUntil([&] { return !editor.isLoadingAudio(); }, 30000);
+    const bool ended = waitUntil([&] { return !editor.isLoadingAudio(); }, 30000);
+    // The background hands its last reference back after the final step: let it arrive.
+    QThreadPool::globalInstance()->waitForDone();
+    drainEvents();
+    return ended;
 }
 
 // What a failed load must leave as it was on a fresh editor.
@@ -372,6 +376,7 @@ TEST(AudioLoadingFailure, UnwritableTemporaryFolderFailsThroughTheSilenceError)
     LogCapture log;
     editor.loadAudio(path);
     ASSERT_TRUE(waitUntil([&] { return !editor.isLoadingAudio(); }));
+    QThreadPool::globalInstance()->waitForDone();
     drainEvents();
     EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ")).size(), 1);
     EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba betöltéskor: ")),
