@@ -97,12 +97,7 @@ std::span<float* const> ProcessedAudioBuilder::blockFor(int frameCount)
 
 void ProcessedAudioBuilder::commit(int frameCount)
 {
-    const size_t frames = size_t(std::max(frameCount, 0));
-    // The loudness sums run here, on the decoding thread, to balance the two threads' work.
-    for (size_t c = 0; c < m_chunk.size(); ++c)
-        accumulateSquares(std::span<const float>(m_chunk[c].data() + m_chunkFrames, frames),
-                          m_result.squareSums[c]);
-    m_chunkFrames += frames;
+    m_chunkFrames += size_t(std::max(frameCount, 0));
 }
 
 void ProcessedAudioBuilder::pushChunk()
@@ -156,6 +151,7 @@ void ProcessedAudioBuilder::consume(const Chunk& chunk, size_t frames)
     AudioBuffer& audio = *m_result.audio;
     for (size_t c = 0; c < chunk.size(); ++c) {
         const std::span<const float> block(chunk[c].data(), frames);
+        accumulateSquares(block, m_result.squareSums[c]);
         std::vector<float>& out = audio.channels[c];
         if (gain == 1.0f) {
             out.insert(out.end(), block.begin(), block.end());
