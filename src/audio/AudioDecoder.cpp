@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -93,7 +94,17 @@ public:
     bool open(QIODevice& device, QString* error);
     // Decodes to the end. Returns false on a hard error before the end (`error` set).
     bool decodeAll(QString* error);
-    AudioBuffer takeAudio() { return std::move(m_audio); }
+    explicit Session(DecodeReceiver& receiver)
+        : m_receiver(receiver)
+    {}
+    int sampleRate() const { return m_sampleRate; }
+    int64_t framesDecoded() const { return m_frames; }
+    // The length the container announces, in sample frames, when it states one exactly
+    // (a WAV header, an MP3 info frame, an MP4 sample table); -1 when it only estimates.
+    int64_t announcedFrames() const;
+    // How far the decoded length may fall short of the announced one: nothing for PCM,
+    // the codec's start and end padding for compressed formats.
+    int64_t lengthTolerance() const { return av_get_exact_bits_per_sample(m_codec->codec_id) > 0 ? 0 : 8192; }
 
 private:
     bool receiveFrames(QString* error);
@@ -104,7 +115,11 @@ private:
     CodecContextPtr m_codec;
     ResamplerPtr m_resampler;
     int m_streamIndex = -1;
-    AudioBuffer m_audio;
+    DecodeReceiver& m_receiver;
+    std::vector<uint8_t*> m_outputs;
+    int m_sampleRate = 0;
+    int m_channelCount = 0;
+    int64_t m_frames = 0;
 };
 
 bool Session::open(QIODevice& device, QString* error)
@@ -165,15 +180,30 @@ bool Session::open(QIODevice& device, QString* error)
         *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
         return false;
     }
-    m_audio.sampleRate = m_codec->sample_rate;
-    m_audio.channels.assign(static_cast<size_t>(m_codec->ch_layout.nb_channels), {});
+    m_sampleRate = m_codec->sample_rate;
+    m_channelCount = m_codec->ch_layout.nb_channels;
+    // A header can claim anything: a length is only passed on as a size hint when the
+    // file's size could hold it (even a very low bit rate stays far below 64 sample frames
+    // per byte), with a little room for codec padding.
+    const int64_t announced = announcedFrames();
+    const int64_t plausible = device.isSequential() ? 0 : device.size() * 64;
+    const bool usable = announced > 0 && announced <= plausible && announced < (int64_t(1) << 32);
+    m_receiver.begin(m_sampleRate, m_channelCount, usable ? announced + 8192 : -1);
     return true;
+}
+
+int64_t Session::announcedFrames() const
+{
+    const AVStream* stream = m_format->streams[m_streamIndex];
+    if (m_format->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || stream->duration <= 0)
+        return -1;
+    return av_rescale_q(stream->duration, stream->time_base, AVRational{1, m_sampleRate});
 }
 
 bool Session::appendFrame(const AVFrame& frame, QString* error)
 {
-    const int channels = m_audio.channelCount();
-    if (frame.ch_layout.nb_channels != channels || frame.sample_rate != m_audio.sampleRate) {
+    const int channels = m_channelCount;
+    if (frame.ch_layout.nb_channels != channels || frame.sample_rate != m_sampleRate) {
         // A stream that changes its format part-way: keep what has the first format.
         *error = QStringLiteral("a hangformátum menet közben megváltozott");
         return false;
@@ -197,23 +227,19 @@ bool Session::appendFrame(const AVFrame& frame, QString* error)
         }
         m_resampler.reset(resampler);
     }
-    const size_t start = m_audio.channels.front().size();
-    const size_t count = static_cast<size_t>(frame.nb_samples);
-    std::vector<uint8_t*> outputs(static_cast<size_t>(channels));
-    for (int c = 0; c < channels; ++c) {
-        m_audio.channels[size_t(c)].resize(start + count);
-        outputs[size_t(c)] = reinterpret_cast<uint8_t*>(m_audio.channels[size_t(c)].data() + start);
-    }
-    const int converted = swr_convert(m_resampler.get(), outputs.data(), frame.nb_samples,
+    const std::span<float* const> room = m_receiver.blockFor(frame.nb_samples);
+    m_outputs.resize(room.size());
+    for (size_t c = 0; c < room.size(); ++c)
+        m_outputs[c] = reinterpret_cast<uint8_t*>(room[c]);
+    const int converted = swr_convert(m_resampler.get(), m_outputs.data(), frame.nb_samples,
                                       const_cast<const uint8_t**>(frame.extended_data), frame.nb_samples);
     if (converted < 0) {
-        for (auto& channel : m_audio.channels)
-            channel.resize(start);
+        m_receiver.commit(0);
         *error = ffmpegError(converted);
         return false;
     }
-    for (auto& channel : m_audio.channels)
-        channel.resize(start + static_cast<size_t>(converted));
+    m_receiver.commit(converted);
+    m_frames += converted;
     return true;
 }
 
@@ -281,38 +307,116 @@ bool Session::decodeAll(QString* error)
 
 } // namespace
 
-DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages)
-{
-    DecodeResult result;
-    Session session;
-    if (!session.open(device, &result.error))
-        return result;
-    QString decodeError;
-    const bool complete = session.decodeAll(&decodeError);
-    AudioBuffer audio = session.takeAudio();
-    if (!complete) {
-        if (audio.frameCount() == 0) {
-            result.error = decodeError;
-            return result;
+namespace {
+
+// Collects the decoded audio into one AudioBuffer.
+class BufferReceiver : public DecodeReceiver {
+public:
+    void begin(int sampleRate, int channelCount, int64_t expectedFrames) override
+    {
+        audio.sampleRate = sampleRate;
+        audio.channels.assign(size_t(channelCount), {});
+        m_pointers.assign(size_t(channelCount), nullptr);
+        // Growing the channels by doubling would hold up to twice the recording at the end.
+        if (expectedFrames > 0) {
+            try {
+                for (auto& channel : audio.channels)
+                    channel.reserve(size_t(expectedFrames));
+            } catch (const std::bad_alloc&) {
+                // Decoding grows the channels as it goes instead.
+            }
         }
-        result.truncated = true;
-        result.error = decodeError;
+    }
+    std::span<float* const> blockFor(int frameCount) override
+    {
+        m_start = audio.channels.front().size();
+        for (size_t c = 0; c < audio.channels.size(); ++c) {
+            audio.channels[c].resize(m_start + size_t(frameCount));
+            m_pointers[c] = audio.channels[c].data() + m_start;
+        }
+        return m_pointers;
+    }
+    void commit(int frameCount) override
+    {
+        for (auto& channel : audio.channels)
+            channel.resize(m_start + size_t(frameCount));
+    }
+
+    AudioBuffer audio;
+
+private:
+    std::vector<float*> m_pointers;
+    size_t m_start = 0;
+};
+
+DecodeStatus decodeWith(QIODevice& device, const QString& nameForMessages, DecodeReceiver& receiver)
+{
+    DecodeStatus status;
+    Session session(receiver);
+    if (!session.open(device, &status.error))
+        return status;
+    status.opened = true;
+    status.sampleRate = session.sampleRate();
+    QString decodeError;
+    bool complete = session.decodeAll(&decodeError);
+    status.frames = session.framesDecoded();
+    // Codec padding makes a compressed stream's announced length differ by a few thousand
+    // samples; a bigger shortfall means the data stops before its header says it ends.
+    const int64_t announced = session.announcedFrames();
+    if (complete && announced > 0 && status.frames > 0 &&
+        status.frames + session.lengthTolerance() < announced) {
+        decodeError = QStringLiteral("a fájl rövidebb, mint amit a fejléce jelez (%1 minta helyett %2)")
+                              .arg(announced)
+                              .arg(status.frames);
+        complete = false;
+    }
+    if (!complete) {
+        status.error = decodeError;
+        if (status.frames == 0)
+            return status;
+        status.truncated = true;
         logLine(QStringLiteral(
                         "[Audio] A fájl dekódolása megszakadt (%1): %2; a dekódolt %3 mp-et használjuk")
                         .arg(nameForMessages, decodeError)
-                        .arg(audio.durationSeconds(), 0, 'f', 2));
+                        .arg(double(status.frames) / status.sampleRate, 0, 'f', 2));
     }
-    result.audio = std::move(audio);
+    status.ok = true;
+    return status;
+}
+
+DecodeResult toResult(const DecodeStatus& status, BufferReceiver& receiver)
+{
+    DecodeResult result;
+    result.error = status.error;
+    result.truncated = status.truncated;
+    if (status.ok)
+        result.audio = std::move(receiver.audio);
     return result;
+}
+
+} // namespace
+
+DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages)
+{
+    BufferReceiver receiver;
+    const DecodeStatus status = decodeWith(device, nameForMessages, receiver);
+    return toResult(status, receiver);
+}
+
+DecodeStatus decodeAudioFileInto(const QString& path, DecodeReceiver& receiver)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        DecodeStatus status;
+        status.error = file.errorString();
+        return status;
+    }
+    return decodeWith(file, QFileInfo(path).fileName(), receiver);
 }
 
 DecodeResult decodeAudioFile(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        DecodeResult result;
-        result.error = file.errorString();
-        return result;
-    }
-    return decodeAudioDevice(file, QFileInfo(path).fileName());
+    BufferReceiver receiver;
+    const DecodeStatus status = decodeAudioFileInto(path, receiver);
+    return toResult(status, receiver);
 }

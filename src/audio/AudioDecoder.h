@@ -7,7 +7,9 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <optional>
+#include <span>
 
 class QIODevice;
 
@@ -24,3 +26,29 @@ DecodeResult decodeAudioFile(const QString& path);
 // The same for data in a device (a file, or a buffer in memory). The device must be open
 // for reading; it is read from its current position to the end.
 DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages);
+
+// Receives decoded audio block by block, in order, on the decoding thread. Lets a caller
+// process a recording while it is being decoded instead of holding it twice.
+class DecodeReceiver {
+public:
+    virtual ~DecodeReceiver() = default;
+    // Once, before the first block. `expectedFrames` is a size hint (the length the file
+    // announces plus room for codec padding) or -1.
+    virtual void begin(int sampleRate, int channelCount, int64_t expectedFrames) = 0;
+    // Room for `frameCount` frames: one pointer per channel for the decoder to write into.
+    virtual std::span<float* const> blockFor(int frameCount) = 0;
+    // The decoder wrote `frameCount` frames (at most the room asked for) into that room.
+    virtual void commit(int frameCount) = 0;
+};
+
+struct DecodeStatus {
+    bool opened = false;    // begin() was called
+    bool ok = false;        // audio was decoded (maybe cut short); false: `error` says why
+    bool truncated = false; // the stream broke off part-way (logged)
+    QString error;
+    int sampleRate = 0;
+    int64_t frames = 0;
+};
+
+// Decodes the file at `path` into `receiver`, with the same rules as decodeAudioFile.
+DecodeStatus decodeAudioFileInto(const QString& path, DecodeReceiver& receiver);

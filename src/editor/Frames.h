@@ -4,6 +4,8 @@
 // main thread.
 #pragma once
 
+#include "audio/AudioBuffer.h"
+#include "audio/FrameSlicing.h"
 #include "editor/FrameData.h"
 
 #include <QColor>
@@ -33,6 +35,15 @@ public:
     void setFillColorForAllFrames(const QColor& color);
     QColor defaultFillColor() const { return m_defaultFillColor; }
     void setDefaultFillColor(const QColor& color) { m_defaultFillColor = color; }
+
+    // Audio slices of every existing frame, cut from channel 0 of the recording in runs of
+    // sampleRate / fps samples whatever the recording's own rate. Frames past the end get
+    // silence (512). The first form decodes the file and only logs its failures.
+    void loadAudioData(const QString& url, double sampleRate = 44100.0, int fps = 60);
+    void loadAudioData(const AudioBuffer& audio, double sampleRate = 44100.0, int fps = 60);
+    // The same with slices already cut (on a background thread); replaces every frame's
+    // audioDatas and logs the summary line.
+    void applyAudioSlices(FrameAudioSlices slices);
 
 private:
     std::vector<std::shared_ptr<FrameData>> m_frames;

@@ -142,6 +142,32 @@ public:
     void scheduleAutoSave();
 
     // ---- Audio ----
+    // Loads a recording: measures its loudness, renders the silences and the boost into a
+    // temporary WAV (audioURL), makes the player, the waveform and the frames' slices. Returns
+    // at once; the work runs on the thread pool and every change arrives on the main thread.
+    void loadAudio(const QString& url);
+    // The RMS level of a file in dB (-100.0 for silence); none when it cannot be read.
+    // Touches no editor state; any thread.
+    std::optional<double> measureAudioLoudness(const QString& url) const;
+    // The measured level with the gain of volumeBoost; none without a measurement.
+    std::optional<double> boostedLoudnessDB() const;
+    struct LoudnessInfo {
+        QString text;
+        QColor color;
+    };
+    // The verdict on boostedLoudnessDB() against the -16 dB target, with its colour.
+    LoudnessInfo youtubeLoudnessInfo() const;
+    // Renders start silence, the boosted source and end silence into a new temporary WAV and
+    // returns its path; none on failure (logged). Reads volumeBoost and the temporary folder.
+    std::optional<QString> addSilenceToAudio(const QString& sourceURL, double startSilence,
+                                             double endSilence);
+    // Decodes a file and publishes its 500 waveform bars on the main thread; a file that
+    // cannot be read changes nothing. Any thread (the editor is held weakly).
+    void generateWaveformSync(const QString& url);
+    // The same on the thread pool; returns at once.
+    void generateWaveform(const QString& url);
+    // The frame under a waveform bar: (bar / totalBars) x duration x FPS, truncated.
+    int64_t frameIndexForWaveformBar(int bar, int totalBars) const;
 
     // ---- Playback and recording ----
     // Time to frame: floor(seconds x FPS); negative times give negative frames. The frame

@@ -100,9 +100,44 @@ TEST(AudioDecoder, WavCutShortYieldsTheSamplesThatArePresent)
     ASSERT_TRUE(file.resize(58 + 4000 * 4)); // header says 10000 frames, 4000 remain
     file.close();
 
+    LogCapture log;
     const DecodeResult result = decodeAudioFile(path);
     ASSERT_TRUE(result.audio.has_value()) << result.error.toStdString();
+    // Data that ends before the header says is a recording that breaks off part-way.
+    EXPECT_TRUE(result.truncated);
+    EXPECT_EQ(
+            log.linesStartingWith(QStringLiteral("[Audio] A fájl dekódolása megszakadt (cut.wav): ")).size(),
+            1);
     ASSERT_EQ(result.audio->frameCount(), 4000);
     for (int i = 0; i < 4000; ++i)
         ASSERT_EQ(result.audio->channels[0][size_t(i)], source.channels[0][size_t(i)]);
+}
+
+TEST(AudioDecoder, CompleteFilesAreNotReportedAsCutShort)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("whole.wav"));
+    ASSERT_TRUE(writeFloatWav(path, tone(44100, 2, 10000), nullptr));
+    LogCapture log;
+    const DecodeResult result = decodeAudioFile(path);
+    ASSERT_TRUE(result.audio.has_value());
+    EXPECT_FALSE(result.truncated);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST(AudioDecoder, HeaderClaimingGigabytesDoesNotReserveThem)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("liar.wav"));
+    ASSERT_TRUE(writeFloatWav(path, tone(44100, 2, 100), nullptr));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.seek(54));
+    const char huge[4] = {char(0xF0), char(0xFF), char(0xFF), char(0x7F)}; // data size ~2 GiB
+    file.write(huge, 4);
+    file.close();
+    const DecodeResult result = decodeAudioFile(path);
+    ASSERT_TRUE(result.audio.has_value());
+    EXPECT_EQ(result.audio->frameCount(), 100);
+    EXPECT_LT(result.audio->channels[0].capacity(), size_t(1) << 20);
 }

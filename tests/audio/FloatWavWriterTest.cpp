@@ -118,3 +118,73 @@ TEST(FloatWavWriter, SoxReadsTheFileAsFloatWave)
     EXPECT_TRUE(info.contains(QStringLiteral("32-bit Floating Point PCM"))) << info.toStdString();
     EXPECT_TRUE(info.contains(QStringLiteral("4800 samples"))) << info.toStdString();
 }
+
+namespace {
+
+// Runs a command-line tool and returns its standard output (empty when it failed).
+QByteArray runTool(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit ||
+        process.exitCode() != 0)
+        return QByteArray();
+    return process.readAllStandardOutput();
+}
+
+QByteArray interleavedBytes(const AudioBuffer& buffer)
+{
+    QByteArray bytes;
+    for (int64_t i = 0; i < buffer.frameCount(); ++i) {
+        for (const auto& channel : buffer.channels)
+            bytes.append(reinterpret_cast<const char*>(&channel[size_t(i)]), sizeof(float));
+    }
+    return bytes;
+}
+
+} // namespace
+
+TEST(FloatWavWriter, SoxReadsTheSamplesBackBitExactly)
+{
+    const QString sox = QStandardPaths::findExecutable(QStringLiteral("sox"));
+    if (sox.isEmpty())
+        GTEST_SKIP() << "sox is not installed";
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("d.wav"));
+    // sox carries samples as 32-bit integers inside, so only values within -1...1 that are
+    // whole multiples of 2^-23 survive its round trip unchanged; these do, in both channels.
+    AudioBuffer source;
+    source.sampleRate = 44100;
+    source.channels.assign(2, std::vector<float>(4000));
+    for (int i = 0; i < 4000; ++i) {
+        source.channels[0][size_t(i)] = float(i - 2000) / 2048.0f;
+        source.channels[1][size_t(i)] = float((i * 37) % 8192 - 4096) / 4096.0f;
+    }
+    ASSERT_TRUE(writeFloatWav(path, source, nullptr));
+    const QByteArray raw = runTool(sox, {QStringLiteral("-D"), path, QStringLiteral("-t"),
+                                         QStringLiteral("f32"), QStringLiteral("-")});
+    EXPECT_EQ(raw, interleavedBytes(source));
+}
+
+TEST(FloatWavWriter, FfmpegReadsTheSamplesBackBitExactly)
+{
+    const QString ffmpeg = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    const QString ffprobe = QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
+    if (ffmpeg.isEmpty() || ffprobe.isEmpty())
+        GTEST_SKIP() << "ffmpeg or ffprobe is not installed";
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("e.wav"));
+    const AudioBuffer source = stereoRamp(3000);
+    ASSERT_TRUE(writeFloatWav(path, source, nullptr));
+    const QString info = QString::fromUtf8(
+            runTool(ffprobe, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                              QStringLiteral("stream=codec_name,sample_rate,channels,duration_ts"), path}));
+    EXPECT_TRUE(info.contains(QStringLiteral("codec_name=pcm_f32le"))) << info.toStdString();
+    EXPECT_TRUE(info.contains(QStringLiteral("sample_rate=48000"))) << info.toStdString();
+    EXPECT_TRUE(info.contains(QStringLiteral("channels=2"))) << info.toStdString();
+    EXPECT_TRUE(info.contains(QStringLiteral("duration_ts=3000"))) << info.toStdString();
+    const QByteArray raw =
+            runTool(ffmpeg, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
+                             QStringLiteral("-f"), QStringLiteral("f32le"), QStringLiteral("-")});
+    EXPECT_EQ(raw, interleavedBytes(source));
+}

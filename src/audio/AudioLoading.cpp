@@ -1,0 +1,126 @@
+// The editor's audio members: loading a recording, its loudness, the silence rendering and
+// the waveform. Thin glue over the pure functions of this folder and the background
+// pipeline; every published change happens on the main thread.
+#include "audio/AudioDecoder.h"
+#include "audio/AudioPipeline.h"
+#include "audio/Loudness.h"
+#include "audio/SilenceRendering.h"
+#include "audio/Waveform.h"
+#include "editor/VideoEditorViewModel.h"
+#include "support/CheckedConversions.h"
+#include "support/Log.h"
+#include "support/ValueFormat.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace {
+
+// Decodes `url` and hands its bars to the editor on the main thread. Runs on any thread.
+// The weak pointer is made by the caller and travels back to the main thread with the
+// result, so its reference count is only ever released there.
+void computeAndPublishWaveform(std::shared_ptr<QPointer<VideoEditorViewModel>> editor, const QString& url)
+{
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application)
+        return;
+    std::vector<float> bars;
+    if (DecodeResult decoded = decodeAudioFile(url); decoded.audio && !decoded.audio->channels.empty())
+        bars = waveformBars(decoded.audio->channels.front());
+    QMetaObject::invokeMethod(
+            application,
+            [editor = std::move(editor), bars = std::move(bars)]() mutable {
+                VideoEditorViewModel* target = editor->data();
+                if (target && bars.size() == kWaveformBarCount)
+                    target->setWaveformData(std::move(bars));
+            },
+            Qt::QueuedConnection);
+}
+
+} // namespace
+
+void VideoEditorViewModel::loadAudio(const QString& url)
+{
+    setIsLoadingAudio(true);
+    setLoadingProgress(0.0);
+    setOriginalAudioURL(url);
+
+    AudioPipelineRequest request;
+    request.sourcePath = url;
+    request.startSilence = m_startSilenceDuration;
+    request.endSilence = m_endSilenceDuration;
+    request.volumeBoost = m_volumeBoost;
+    request.temporaryDirectory = m_environment.temporaryDirectory;
+    request.measureLoudness = true;
+
+    AudioPipelineHooks hooks;
+    hooks.failureLogPrefix = QStringLiteral("[Audio] Hiba betöltéskor: ");
+    hooks.finished = [](VideoEditorViewModel& editor, double duration) {
+        editor.setLoadingProgress(1.0);
+        editor.setIsLoadingAudio(false);
+        editor.setPreviousStartSilence(editor.startSilenceDuration());
+        editor.setPreviousEndSilence(editor.endSilenceDuration());
+        logLine(QStringLiteral("[Audio] Betöltés kész: ") + formatDouble(duration) +
+                QStringLiteral(" mp, frame-ek száma: ") +
+                QString::number(editor.getFrameManager().getFrameCount()));
+        editor.scheduleAutoSave();
+    };
+    startAudioPipeline(*this, std::move(request), std::move(hooks));
+}
+
+std::optional<double> VideoEditorViewModel::measureAudioLoudness(const QString& url) const
+{
+    const DecodeResult decoded = decodeAudioFile(url);
+    if (!decoded.audio) {
+        logLine(QStringLiteral("[Audio] Hangosság mérés hiba: ") + decoded.error);
+        return std::nullopt;
+    }
+    return measureRmsLoudness(*decoded.audio);
+}
+
+std::optional<double> VideoEditorViewModel::boostedLoudnessDB() const
+{
+    return boostedLoudness(m_audioLoudnessDB, m_volumeBoost);
+}
+
+VideoEditorViewModel::LoudnessInfo VideoEditorViewModel::youtubeLoudnessInfo() const
+{
+    LoudnessRating rating = youtubeLoudnessRating(boostedLoudnessDB());
+    return {std::move(rating.text), rating.color};
+}
+
+std::optional<QString> VideoEditorViewModel::addSilenceToAudio(const QString& sourceURL, double startSilence,
+                                                               double endSilence)
+{
+    DecodeResult decoded = decodeAudioFile(sourceURL);
+    if (!decoded.audio) {
+        logLine(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + decoded.error);
+        return std::nullopt;
+    }
+    const std::optional<ProcessedAudio> processed = renderProcessedAudio(
+            std::move(*decoded.audio), startSilence, endSilence, m_volumeBoost,
+            m_environment.temporaryDirectory, [](const QString& line) { logLine(line); });
+    if (!processed)
+        return std::nullopt;
+    return processed->path;
+}
+
+void VideoEditorViewModel::generateWaveformSync(const QString& url)
+{
+    computeAndPublishWaveform(std::make_shared<QPointer<VideoEditorViewModel>>(this), url);
+}
+
+void VideoEditorViewModel::generateWaveform(const QString& url)
+{
+    auto editor = std::make_shared<QPointer<VideoEditorViewModel>>(this);
+    (void)QtConcurrent::run([editor = std::move(editor), url]() mutable {
+        computeAndPublishWaveform(std::move(editor), url);
+    });
+}
+
+int64_t VideoEditorViewModel::frameIndexForWaveformBar(int bar, int totalBars) const
+{
+    return toInt64Checked((static_cast<double>(bar) / static_cast<double>(totalBars)) * m_duration *
+                          static_cast<double>(FPS));
+}

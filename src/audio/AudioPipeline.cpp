@@ -1,0 +1,203 @@
+#include "audio/AudioPipeline.h"
+
+#include "audio/AudioDecoder.h"
+#include "audio/FrameSlicing.h"
+#include "audio/Loudness.h"
+#include "audio/ProcessedAudioBuilder.h"
+#include "audio/SilenceRendering.h"
+#include "audio/Waveform.h"
+#include "editor/VideoEditorViewModel.h"
+#include "support/CheckedConversions.h"
+#include "support/Log.h"
+#include "support/ValueFormat.h"
+
+#include <QCoreApplication>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <memory>
+
+namespace {
+
+// What the steps of one run share. It is created on the main thread, and `editor`,
+// `failed` and `duration` are only touched there, where every step runs, in order. The weak
+// pointer's own reference count must not be touched by the background either (Qt releases
+// it uninstrumented, which the thread sanitizer cannot follow), so the background never
+// holds the last reference: it hands its own to the main thread when it is done.
+struct RunState {
+    QPointer<VideoEditorViewModel> editor;
+    bool failed = false;
+    double duration = 0.0;
+};
+
+// Queues `step` to the main thread. The application object is the context, not the editor:
+// the editor may be destroyed while this thread runs, and the weak pointer is only read on
+// the main thread. Steps after a failed one do nothing.
+void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step)
+{
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application)
+        return; // the program is shutting down: nobody is left to show the results
+    QMetaObject::invokeMethod(
+            application,
+            [state, step = std::move(step)] {
+                VideoEditorViewModel* editor = state->editor.data();
+                if (editor && !state->failed)
+                    step(*editor);
+            },
+            Qt::QueuedConnection);
+}
+
+void postLog(const std::shared_ptr<RunState>& state, const QString& line)
+{
+    post(state, [line](VideoEditorViewModel&) { logLine(line); });
+}
+
+void postFailure(const std::shared_ptr<RunState>& state, const QString& logPrefix, const QString& error)
+{
+    post(state, [state, logPrefix, error](VideoEditorViewModel& editor) {
+        state->failed = true;
+        editor.setIsLoadingAudio(false);
+        logLine(logPrefix + error);
+    });
+}
+
+void postProgress(const std::shared_ptr<RunState>& state, double progress)
+{
+    post(state, [progress](VideoEditorViewModel& editor) { editor.setLoadingProgress(progress); });
+}
+
+// Gives the background's reference to the run to the main thread when it goes out of scope.
+class HandBack {
+public:
+    explicit HandBack(std::shared_ptr<RunState>& state)
+        : m_state(state)
+    {}
+    ~HandBack()
+    {
+        if (QCoreApplication* application = QCoreApplication::instance()) {
+            QMetaObject::invokeMethod(
+                    application, [state = std::move(m_state)] { (void)state; }, Qt::QueuedConnection);
+        }
+    }
+    HandBack(const HandBack&) = delete;
+    HandBack& operator=(const HandBack&) = delete;
+
+private:
+    std::shared_ptr<RunState>& m_state;
+};
+
+// The steps on the background thread.
+void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineRequest& request,
+                      const AudioPipelineHooks& hooks)
+{
+    const HandBack handBack(state);
+    const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
+
+    // One decode feeds everything: loudness, processed buffer, WAV file and frame slices.
+    ProcessedAudioRequest render;
+    render.startSilence = request.startSilence;
+    render.endSilence = request.endSilence;
+    render.gain = gainForVolumeBoost(request.volumeBoost);
+    render.wavPath = newProcessedAudioPath(request.temporaryDirectory);
+    // The slice length is fixed by the frame store's 44.1 kHz convention, whatever the
+    // recording's own rate.
+    render.samplesPerFrame = samplesPerFrame(44100.0, VideoEditorViewModel::FPS);
+    ProcessedAudioResult built = ProcessedAudioBuilder(render).build(request.sourcePath);
+
+    if (request.measureLoudness) {
+        std::optional<double> loudness;
+        if (built.decode.ok)
+            loudness = rmsLoudnessFromSums(built.squareSums, built.sourceFrames);
+        else
+            log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
+        post(state, [loudness](VideoEditorViewModel& target) {
+            target.setAudioLoudnessDB(loudness);
+            if (loudness) {
+                logLine(QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*loudness, 1) +
+                        QStringLiteral(" dB RMS"));
+            }
+        });
+    }
+
+    log(QStringLiteral("[Audio] Csend hozzáadása: ") + formatDouble(request.startSilence) +
+        QStringLiteral("s elején, ") + formatDouble(request.endSilence) + QStringLiteral("s végén..."));
+    bool rendered = false;
+    if (!built.decode.ok) {
+        log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + built.decode.error);
+    } else {
+        // The whole source must fit one buffer of an unsigned 32-bit frame capacity.
+        toFrameCountChecked(static_cast<double>(built.sourceFrames));
+        if (render.gain != 1.0f)
+            log(gainLogLine(request.volumeBoost, render.gain));
+        if (!built.writeError.isEmpty()) {
+            log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + built.writeError);
+        } else {
+            for (const QString& line :
+                 renderedLogLines(request.startSilence, request.endSilence, render.wavPath))
+                log(line);
+            rendered = true;
+        }
+    }
+    if (!rendered) {
+        postFailure(state, hooks.failureLogPrefix, QStringLiteral("Nem sikerült csendet hozzáadni"));
+        return;
+    }
+    postProgress(state, 0.1);
+
+    // The player is made on the main thread, where it lives.
+    const std::shared_ptr<const AudioBuffer> audio = std::move(built.audio);
+    post(state, [state, audio, path = render.wavPath, request, hooks](VideoEditorViewModel& target) {
+        const AudioPlayerFactory& factory = target.environment().audioPlayerFactory;
+        std::unique_ptr<AudioPlayer> player = factory ? factory(audio) : nullptr;
+        if (!player) {
+            state->failed = true;
+            target.setIsLoadingAudio(false);
+            logLine(hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni"));
+            return;
+        }
+        state->duration = player->duration();
+        target.setAudioPlayer(std::move(player));
+        target.setDuration(state->duration);
+        target.setAudioURL(path);
+        target.setLoadingProgress(0.2);
+        logLine(QStringLiteral("[Audio] Teljes időtartam csendekkel: ") + formatDouble(state->duration) +
+                QStringLiteral("s (eredeti + ") + formatDouble(request.startSilence) +
+                QStringLiteral("s + ") + formatDouble(request.endSilence) + QStringLiteral("s)"));
+    });
+
+    const std::span<const float> channel0 = audio->channels.front();
+    std::vector<float> bars = waveformBars(channel0);
+    post(state, [bars = std::move(bars)](VideoEditorViewModel& target) mutable {
+        target.setWaveformData(std::move(bars));
+    });
+    postProgress(state, 0.5);
+
+    post(state, [state](VideoEditorViewModel& target) {
+        target.getFrameManager().ensureFrameCount(state->duration, VideoEditorViewModel::FPS);
+        target.setLoadingProgress(0.7);
+    });
+
+    auto slices = std::make_shared<FrameAudioSlices>(std::move(built.slices));
+    post(state, [slices](VideoEditorViewModel& target) {
+        target.getFrameManager().applyAudioSlices(std::move(*slices));
+        target.announceChange();
+    });
+
+    post(state, [state, hooks](VideoEditorViewModel& target) {
+        if (hooks.finished)
+            hooks.finished(target, state->duration);
+    });
+}
+
+} // namespace
+
+void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks)
+{
+    auto state = std::make_shared<RunState>();
+    state->editor = &editor;
+    // Fire and forget: the results arrive as queued calls.
+    (void)QtConcurrent::run(
+            [state = std::move(state), request = std::move(request), hooks = std::move(hooks)]() mutable {
+                runAudioPipeline(std::move(state), request, hooks);
+            });
+}

@@ -1,0 +1,36 @@
+// The background half of loading a recording: one decode of the user's file, then the
+// loudness, the processed buffer and its temporary WAV, the player, the waveform bars and
+// the per-frame slices, each handed to the editor on the main thread by a queued call, in
+// the order the loading screen shows them. Loading and reloading with new silences share
+// it; they differ in the loudness step, the failure text and what happens at the end.
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class VideoEditorViewModel;
+
+struct AudioPipelineRequest {
+    // The user's file; read once.
+    QString sourcePath;
+    // Settings in force when the work started (the background never reads the editor).
+    double startSilence = 0.0;
+    double endSilence = 0.0;
+    double volumeBoost = 100.0;
+    QString temporaryDirectory;
+    // Loading measures the loudness of the original file; reloading keeps the old figure.
+    bool measureLoudness = true;
+};
+
+struct AudioPipelineHooks {
+    // Start of the failure line, e.g. "[Audio] Hiba betöltéskor: ".
+    QString failureLogPrefix;
+    // Runs on the main thread after every frame has its slice; `duration` is the processed
+    // recording's length in seconds. Ends the loading state.
+    std::function<void(VideoEditorViewModel& editor, double duration)> finished;
+};
+
+// Starts the work on the global thread pool and returns at once. The editor is held weakly:
+// if it is gone when a step arrives, the step is dropped. Called on the main thread.
+void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks);
