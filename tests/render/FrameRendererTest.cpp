@@ -7,14 +7,6 @@
 
 namespace {
 
-// Expected colour of `over` at `alpha` composited on `under`.
-QColor blend(const QColor& under, const QColor& over, double alpha)
-{
-    auto mix = [alpha](int a, int b) { return int(std::lround(a * (1.0 - alpha) + b * alpha)); };
-    return QColor(mix(under.red(), over.red()), mix(under.green(), over.green()),
-                  mix(under.blue(), over.blue()));
-}
-
 class FrameRendering : public ::testing::Test {
 protected:
     ScriptedDialogs dialogs;

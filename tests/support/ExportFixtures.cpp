@@ -36,8 +36,8 @@ void setPages(VideoEditorViewModel& editor, const std::vector<QImage>& pages)
 
 void ensureFrames(VideoEditorViewModel& editor, int64_t count)
 {
-    editor.getFrameManager().ensureFrameCount(static_cast<double>(count) / VideoEditorViewModel::FPS,
-                                              VideoEditorViewModel::FPS);
+    // At one frame per second the count is exact; count / 30 x 30 can round up by one.
+    editor.getFrameManager().ensureFrameCount(static_cast<double>(count), 1);
 }
 
 void assignFrames(VideoEditorViewModel& editor, int64_t first, int64_t end, std::optional<int> pageIndex,
@@ -86,6 +86,13 @@ QString writeToneWav(const QString& path, int sampleRate, int channels, double s
 bool waitForAlerts(const ScriptedDialogs& dialogs, size_t count, int timeoutMs)
 {
     return waitUntil([&] { return dialogs.alerts().size() >= count; }, timeoutMs);
+}
+
+QColor blend(const QColor& under, const QColor& over, double alpha)
+{
+    auto mix = [alpha](int a, int b) { return int(std::lround(a * (1.0 - alpha) + b * alpha)); };
+    return QColor(mix(under.red(), over.red()), mix(under.green(), over.green()),
+                  mix(under.blue(), over.blue()));
 }
 
 bool colorNear(QRgb actual, const QColor& expected, int tolerance)

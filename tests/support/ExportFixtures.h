@@ -23,7 +23,7 @@ EditorEnvironment testEnvironment(ScriptedDialogs& dialogs);
 // Puts the pages into the editor's page list (and the frame store's image list).
 void setPages(VideoEditorViewModel& editor, const std::vector<QImage>& pages);
 
-// Grows the store to `count` frames (at the store's 30 per second).
+// Grows the store to exactly `count` frames.
 void ensureFrames(VideoEditorViewModel& editor, int64_t count);
 
 // Frames [first, end) show page `pageIndex` of the editor's page list in `rect` (lower-left
@@ -39,5 +39,8 @@ QString writeToneWav(const QString& path, int sampleRate, int channels, double s
 bool waitForAlerts(const ScriptedDialogs& dialogs, size_t count = 1, int timeoutMs = 120000);
 
 // True when every channel of `actual` is within `tolerance` of `expected`.
+// `over` at opacity `alpha` composited on `under`.
+QColor blend(const QColor& under, const QColor& over, double alpha);
+
 bool colorNear(QRgb actual, const QColor& expected, int tolerance);
 QString describe(QRgb color);
