@@ -146,6 +146,7 @@ bool Session::openEncoder(QString* error)
     }
     m_result->sampleRate = encoder->sample_rate;
     m_result->channelCount = channels;
+    m_result->bitRate = encoder->bit_rate;
     m_result->parameters = avcodec_parameters_alloc();
     if (!m_result->parameters || avcodec_parameters_from_context(m_result->parameters, encoder) < 0) {
         *error = ffmpegErrorText(AVERROR(ENOMEM));

@@ -29,6 +29,7 @@ public:
     double maxDuration = 0.0;
     int sampleRate = 0;
     int channelCount = 0;
+    int64_t bitRate = 0; // the encoder's target, bits per second
     int64_t sampleCount = 0;
 
     AVCodecParameters* parameters = nullptr; // owned

@@ -2,6 +2,8 @@
 
 #include "EventLoop.h"
 #include "audio/FloatWavWriter.h"
+#include "export/PictureConverter.h"
+#include "export/VideoWriter.h"
 
 #include <QUuid>
 
@@ -81,6 +83,21 @@ QString writeToneWav(const QString& path, int sampleRate, int channels, double s
     if (!writeFloatWav(path, tone(sampleRate, channels, seconds), &error))
         return QString();
     return path;
+}
+
+bool writeSolidVideo(const QString& path, int frames, int fps, QSize size, const QColor& color)
+{
+    VideoWriter writer(path, size.width(), size.height(), fps);
+    if (!writer.prepare(nullptr) || !writer.startWriting())
+        return false;
+    PictureConverter converter(size.width(), size.height());
+    QImage canvas(size, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(color);
+    const VideoPicture picture = converter.convert(canvas);
+    for (int i = 0; i < frames; ++i)
+        writer.append(picture, i);
+    writer.finishWriting();
+    return writer.status() == VideoWriterStatus::completed;
 }
 
 bool waitForAlerts(const ScriptedDialogs& dialogs, size_t count, int timeoutMs)

@@ -35,6 +35,10 @@ void assignFrames(VideoEditorViewModel& editor, int64_t first, int64_t end, std:
 AudioBuffer tone(int sampleRate, int channels, double seconds);
 QString writeToneWav(const QString& path, int sampleRate, int channels, double seconds);
 
+// Writes a silent H.264 QuickTime video of `frames` frames of one colour; true on success.
+bool writeSolidVideo(const QString& path, int frames, int fps, QSize size = QSize(320, 240),
+                     const QColor& color = Qt::red);
+
 // Runs the event loop until the editor's dialogs showed `count` alerts.
 bool waitForAlerts(const ScriptedDialogs& dialogs, size_t count = 1, int timeoutMs = 120000);
 
