@@ -15,10 +15,12 @@
 #include "support/EventLoop.h"
 #include "support/ExportFixtures.h"
 #include "support/ScriptedDialogs.h"
+#include "support/VideoProbe.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QProcess>
@@ -219,6 +221,15 @@ int main(int argc, char* argv[])
         std::printf("run %d: export %.2f s, export+audio %.2f s, bare encoder %.2f s\n", run + 1,
                     exportSilent.back(), exportWithAudio.back(), bare.back());
         std::fflush(stdout);
+    }
+    // Both ways must have written the same thing.
+    for (const QString& name :
+         {QStringLiteral("silent.mov"), QStringLiteral("audio.mov"), QStringLiteral("bare.mov")}) {
+        const VideoProbe probe = probeVideo(dir.filePath(name));
+        std::printf("%s: %lld video packets, %.3f s, %lld bytes, %d audio streams\n",
+                    name.toUtf8().constData(), static_cast<long long>(probe.videoPackets),
+                    probe.videoDuration, static_cast<long long>(QFileInfo(dir.filePath(name)).size()),
+                    probe.audioStreams);
     }
     const double silentFps = kFrames / median(exportSilent);
     const double audioFps = kFrames / median(exportWithAudio);

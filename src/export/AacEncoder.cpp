@@ -2,6 +2,7 @@
 
 #include "export/FfmpegHandles.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -208,7 +209,8 @@ bool Session::sendToEncoder(AVFrame* frame, QString* error)
             *error = QStringLiteral("AAC kódolási hiba: %1").arg(ffmpegErrorText(result));
             return false;
         }
-        m_result->packets.push_back(packet.release());
+        if (!m_result->appendPacket(*packet, error))
+            return false;
     }
 }
 
@@ -287,18 +289,92 @@ bool Session::run(QString* error)
     if (!encodeFromFifo(true, error) || !sendToEncoder(nullptr, error))
         return false;
     m_result->sampleCount = m_samplesOut;
-    return true;
+    return m_result->finishPackets(error);
 }
 
 } // namespace
 
-EncodedAudio::EncodedAudio() = default;
+// One spooled packet: this header, then `size` bytes of data.
+struct SpoolRecord {
+    int64_t pts;
+    int64_t dts;
+    int64_t duration;
+    int32_t flags;
+    int32_t size;
+};
+
+EncodedAudio::EncodedAudio()
+    : m_spool(QDir::tempPath() + QStringLiteral("/vornik_aac_XXXXXX.spool"))
+{}
 
 EncodedAudio::~EncodedAudio()
 {
-    for (AVPacket*& packet : packets)
-        av_packet_free(&packet);
     avcodec_parameters_free(&parameters);
+}
+
+bool EncodedAudio::appendPacket(const AVPacket& packet, QString* error)
+{
+    if (!m_spool.isOpen() && !m_spool.open()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem hozható létre: %1").arg(m_spool.errorString());
+        return false;
+    }
+    const SpoolRecord record{packet.pts, packet.dts, packet.duration, packet.flags, packet.size};
+    if (m_spool.write(reinterpret_cast<const char*>(&record), sizeof record) != sizeof record ||
+        m_spool.write(reinterpret_cast<const char*>(packet.data), packet.size) != packet.size) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem írható: %1").arg(m_spool.errorString());
+        return false;
+    }
+    ++m_packetCount;
+    return true;
+}
+
+bool EncodedAudio::finishPackets(QString* error)
+{
+    if (!m_spool.isOpen() && !m_spool.open()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem hozható létre: %1").arg(m_spool.errorString());
+        return false;
+    }
+    if (!m_spool.flush()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem írható: %1").arg(m_spool.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool EncodedAudio::Reader::open(const EncodedAudio& audio, QString* error)
+{
+    m_file.setFileName(audio.m_spool.fileName());
+    if (!m_file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem olvasható: %1").arg(m_file.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool EncodedAudio::Reader::next(AVPacket* packet, QString* error)
+{
+    SpoolRecord record{};
+    const qint64 got = m_file.read(reinterpret_cast<char*>(&record), sizeof record);
+    if (got == 0)
+        return false;
+    if (got != sizeof record || record.size < 0) {
+        *error = QStringLiteral("az ideiglenes hangfájl sérült");
+        return false;
+    }
+    av_packet_unref(packet);
+    if (const int result = av_new_packet(packet, record.size); result < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    if (m_file.read(reinterpret_cast<char*>(packet->data), record.size) != record.size) {
+        *error = QStringLiteral("az ideiglenes hangfájl sérült");
+        return false;
+    }
+    packet->pts = record.pts;
+    packet->dts = record.dts;
+    packet->duration = record.duration;
+    packet->flags = record.flags;
+    return true;
 }
 
 bool isSameSource(const EncodedAudio& audio, const QString& path)

@@ -1,11 +1,12 @@
 // The recording encoded for the video: AAC-LC at the source's own sample rate and channel
-// count (256 kb/s stereo, 128 kb/s mono), cut to a given duration, held in memory as
-// packets. Reading streams through the file, so memory holds the compressed result only.
-// Any thread; each call is independent.
+// count (256 kb/s stereo, 128 kb/s mono), cut to a given duration. The source is read in
+// pieces and the packets are spooled to a temporary file, so memory does not grow with the
+// length of the recording. Any thread; each call is independent.
 #pragma once
 
 #include <QDateTime>
 #include <QString>
+#include <QTemporaryFile>
 
 #include <cstdint>
 #include <memory>
@@ -33,7 +34,29 @@ public:
     int64_t sampleCount = 0;
 
     AVCodecParameters* parameters = nullptr; // owned
-    std::vector<AVPacket*> packets;          // owned, time stamps in 1 / sampleRate
+
+    // Adds a packet (time stamps in 1 / sampleRate) to the spool.
+    bool appendPacket(const AVPacket& packet, QString* error);
+    // Makes the spool readable; no packet can be added after it.
+    bool finishPackets(QString* error);
+    int64_t packetCount() const { return m_packetCount; }
+    // Where the packets are spooled; the file goes away with this object.
+    QString spoolPath() const { return m_spool.fileName(); }
+
+    // Reads the packets back in order; several readers may exist at once.
+    class Reader {
+    public:
+        bool open(const EncodedAudio& audio, QString* error);
+        // The next packet into `packet`; false at the end (error empty) or on a failure.
+        bool next(AVPacket* packet, QString* error);
+
+    private:
+        QFile m_file;
+    };
+
+private:
+    QTemporaryFile m_spool;
+    int64_t m_packetCount = 0;
 };
 
 // True when the file at `path` still has the size and modification time it had when

@@ -99,6 +99,7 @@ std::optional<double> videoStreamDuration(const QString& videoPath)
 bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
                     QString* error)
 {
+    error->clear();
     std::optional<OpenedVideo> video = openVideo(videoPath);
     if (!video) {
         *error = QStringLiteral("A videó nem olvasható");
@@ -159,27 +160,29 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
             av_packet_unref(videoPacket.get());
         }
     };
+    EncodedAudio::Reader audioReader;
+    if (!audioReader.open(audio, error))
+        return false;
     int videoState = readVideo();
-    size_t audioIndex = 0;
-    while (videoState >= 0 || audioIndex < audio.packets.size()) {
+    bool audioPending = audioReader.next(audioPacket.get(), error);
+    if (!error->isEmpty())
+        return false;
+    while (videoState >= 0 || audioPending) {
         bool takeVideo = videoState >= 0;
-        if (takeVideo && audioIndex < audio.packets.size()) {
-            const AVPacket* next = audio.packets[audioIndex];
+        if (takeVideo && audioPending) {
             const int64_t videoTime =
                     videoPacket->dts != AV_NOPTS_VALUE ? videoPacket->dts : videoPacket->pts;
-            takeVideo = av_compare_ts(videoTime, videoIn->time_base, next->dts, audioTimeBase) <= 0;
+            takeVideo = av_compare_ts(videoTime, videoIn->time_base, audioPacket->dts, audioTimeBase) <= 0;
         }
         if (takeVideo) {
             if (!writePacket(rawOutput, videoPacket.get(), videoIn->time_base, videoOut, error))
                 return false;
             videoState = readVideo();
         } else {
-            if ((result = av_packet_ref(audioPacket.get(), audio.packets[audioIndex])) < 0) {
-                *error = ffmpegErrorText(result);
-                return false;
-            }
-            ++audioIndex;
             if (!writePacket(rawOutput, audioPacket.get(), audioTimeBase, audioOut, error))
+                return false;
+            audioPending = audioReader.next(audioPacket.get(), error);
+            if (!error->isEmpty())
                 return false;
         }
     }

@@ -174,3 +174,18 @@ TEST_F(AudioMuxing, PreparedEncodingIsUsedOnlyWhileTheFileIsUnchanged)
     writeToneWav(audio, 48000, 2, 3.0);
     EXPECT_FALSE(isSameSource(*encoded, audio));
 }
+
+TEST_F(AudioMuxing, EncodedPacketsAreSpooledToATemporaryFileThatGoesAwayWithThem)
+{
+    const QString audio = writeToneWav(path(QStringLiteral("a.wav")), 44100, 2, 2.0);
+    QString error;
+    auto encoded = encodeAac(audio, 10.0, &error);
+    ASSERT_TRUE(encoded) << error.toStdString();
+    const QString spool = encoded->spoolPath();
+    EXPECT_TRUE(QFile::exists(spool));
+    // 2 s at 44100 Hz in frames of 1024 samples, plus the encoder's priming frame.
+    EXPECT_GE(encoded->packetCount(), 87);
+    EXPECT_LE(encoded->packetCount(), 89);
+    encoded.reset();
+    EXPECT_FALSE(QFile::exists(spool));
+}
