@@ -351,3 +351,16 @@ TEST_F(VideoExport, DestinationThatIsADirectoryEndsInExportHibaAndKeepsTheDirect
     EXPECT_TRUE(QFile::exists(path + QStringLiteral("/keep.txt")));
     EXPECT_EQ(dialogs.alerts().size(), 1u);
 }
+
+TEST_F(VideoExport, WriterThatCannotBeCreatedEndsInExportHiba)
+{
+    redAndBlueProject(5);
+    editor.setExportFPS(0); // no encoder runs at zero frames per second
+    const auto alert = exportTo(dir.filePath(QStringLiteral("zero-rate.mov")));
+    EXPECT_EQ(alert.style, AlertStyle::critical);
+    EXPECT_EQ(alert.message, QStringLiteral("Export hiba"));
+    EXPECT_FALSE(alert.informativeText.isEmpty());
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Export] EXCEPTION: ")).size(), 1);
+    EXPECT_FALSE(log.contains(QStringLiteral("[Export] Video track OK")));
+    EXPECT_FALSE(editor.isSavingProject());
+}
