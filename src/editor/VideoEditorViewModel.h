@@ -14,6 +14,7 @@
 #include "editor/ImageItem.h"
 #include "editor/Placement.h"
 #include "editor/VideoFormat.h"
+#include "render/TransitionInfo.h"
 
 #include <QColor>
 #include <QObject>
@@ -23,6 +24,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -255,6 +257,24 @@ public:
     void updateFrameManagerImages();
 
     // ---- Rendering and export ----
+    // The fade of a frame in the export: none outside a fade (export frame rate and
+    // transitionDuration decide its length).
+    std::optional<TransitionInfo> calculateTransitionInfo(int64_t frameIndex) const;
+    // The export picture of a frame, fade included, as a premultiplied ARGB image of `size`
+    // (bytes B, G, R, A). None, with a log line, when the frame is missing or the picture
+    // cannot be made.
+    std::optional<QImage> createSimplePixelBuffer(int64_t frameIndex, QSizeF size) const;
+    // The preview of the frame under the playhead (no fade); none without audio.
+    std::optional<QImage> renderCurrentFrame() const;
+    // Asks for a destination, then exports to it.
+    void exportVideo();
+    // Starts exporting every frame to `to` on a background thread, from a snapshot of the
+    // frames taken now; progress and one final alert arrive on the main thread.
+    void exportVideoFile(const QString& to);
+    // Puts the audio at `audioURL` into the video at `videoURL` (cut to the video's length).
+    // Returns at once; `completion` is called exactly once, on any thread.
+    void addAudioToVideo(const QString& videoURL, const QString& audioURL,
+                         std::function<void(bool)> completion);
 
     // ---- Project files ----
 

@@ -1,0 +1,397 @@
+#include "export/AacEncoder.h"
+
+#include "export/FfmpegHandles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+extern "C" {
+#include <libavutil/audio_fifo.h>
+#include <libswresample/swresample.h>
+}
+
+#include <cmath>
+
+namespace {
+
+struct ResamplerDeleter {
+    void operator()(SwrContext* context) const { swr_free(&context); }
+};
+struct FifoDeleter {
+    void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
+};
+using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
+using FifoPtr = std::unique_ptr<AVAudioFifo, FifoDeleter>;
+
+// One pass over the source: demux, decode, convert to planar float, collect AAC frames.
+class Session {
+public:
+    bool open(const QString& path, double maxDuration, QString* error);
+    bool run(QString* error);
+    std::shared_ptr<EncodedAudio> take() { return std::move(m_result); }
+
+private:
+    bool openEncoder(QString* error);
+    bool decodeAvailable(QString* error);
+    bool pushSamples(const AVFrame& decoded, QString* error);
+    bool encodeFromFifo(bool flushAll, QString* error);
+    bool sendToEncoder(AVFrame* frame, QString* error);
+
+    InputContextPtr m_input;
+    CodecContextPtr m_decoder;
+    CodecContextPtr m_encoder;
+    ResamplerPtr m_resampler;
+    FifoPtr m_fifo;
+    PacketPtr m_packet;
+    FramePtr m_decoded;
+    int m_streamIndex = -1;
+    int64_t m_maxSamples = 0;
+    int64_t m_samplesIn = 0;  // samples taken from the source so far
+    int64_t m_samplesOut = 0; // samples handed to the encoder so far
+    std::shared_ptr<EncodedAudio> m_result = std::make_shared<EncodedAudio>();
+};
+
+bool Session::open(const QString& path, double maxDuration, QString* error)
+{
+    const QFileInfo info(path);
+    m_result->sourcePath = path;
+    m_result->sourceSize = info.size();
+    m_result->sourceModified = info.lastModified();
+    m_result->maxDuration = maxDuration;
+
+    AVFormatContext* input = nullptr;
+    const QByteArray pathBytes = QFile::encodeName(path);
+    int result = avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr);
+    if (result < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    m_input.reset(input);
+    if ((result = avformat_find_stream_info(input, nullptr)) < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    const AVCodec* decoder = nullptr;
+    m_streamIndex = av_find_best_stream(input, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    if (m_streamIndex < 0) {
+        *error = QStringLiteral("nincs hangsáv");
+        return false;
+    }
+    m_decoder.reset(avcodec_alloc_context3(decoder));
+    m_packet.reset(av_packet_alloc());
+    m_decoded.reset(av_frame_alloc());
+    if (!m_decoder || !m_packet || !m_decoded) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    if ((result = avcodec_parameters_to_context(m_decoder.get(), input->streams[m_streamIndex]->codecpar)) <
+                0 ||
+        (result = avcodec_open2(m_decoder.get(), decoder, nullptr)) < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    if (m_decoder->sample_rate <= 0 || m_decoder->ch_layout.nb_channels <= 0) {
+        *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
+        return false;
+    }
+    m_maxSamples = std::max<int64_t>(0, std::llround(maxDuration * m_decoder->sample_rate));
+    return openEncoder(error);
+}
+
+bool Session::openEncoder(QString* error)
+{
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
+    if (!codec) {
+        *error = QStringLiteral("az AAC kódoló nem érhető el");
+        return false;
+    }
+    m_encoder.reset(avcodec_alloc_context3(codec));
+    if (!m_encoder) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    AVCodecContext* encoder = m_encoder.get();
+    const int channels = m_decoder->ch_layout.nb_channels;
+    encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    encoder->sample_rate = m_decoder->sample_rate;
+    if (m_decoder->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+        av_channel_layout_default(&encoder->ch_layout, channels);
+    else
+        av_channel_layout_copy(&encoder->ch_layout, &m_decoder->ch_layout);
+    encoder->bit_rate = channels == 1 ? 128000 : 256000;
+    encoder->profile = FF_PROFILE_AAC_LOW;
+    encoder->time_base = AVRational{1, encoder->sample_rate};
+    // QuickTime keeps the decoder configuration in the sample description.
+    encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    int result = avcodec_open2(encoder, codec, nullptr);
+    if (result < 0) {
+        *error = QStringLiteral("az AAC kódoló nem indítható: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+
+    SwrContext* resampler = nullptr;
+    result = swr_alloc_set_opts2(&resampler, &encoder->ch_layout, AV_SAMPLE_FMT_FLTP, encoder->sample_rate,
+                                 &encoder->ch_layout, m_decoder->sample_fmt, m_decoder->sample_rate, 0,
+                                 nullptr);
+    if (result < 0 || swr_init(resampler) < 0) {
+        swr_free(&resampler);
+        *error = ffmpegErrorText(result < 0 ? result : AVERROR(EINVAL));
+        return false;
+    }
+    m_resampler.reset(resampler);
+    m_fifo.reset(av_audio_fifo_alloc(AV_SAMPLE_FMT_FLTP, channels, encoder->frame_size * 4));
+    if (!m_fifo) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    m_result->sampleRate = encoder->sample_rate;
+    m_result->channelCount = channels;
+    m_result->bitRate = encoder->bit_rate;
+    m_result->parameters = avcodec_parameters_alloc();
+    if (!m_result->parameters || avcodec_parameters_from_context(m_result->parameters, encoder) < 0) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    return true;
+}
+
+bool Session::pushSamples(const AVFrame& decoded, QString* error)
+{
+    const int64_t wanted = std::min<int64_t>(decoded.nb_samples, m_maxSamples - m_samplesIn);
+    if (wanted <= 0)
+        return true;
+    const int channels = m_result->channelCount;
+    // Same rate and layout on both sides: the conversion only changes the sample layout.
+    uint8_t** converted = nullptr;
+    int result = av_samples_alloc_array_and_samples(&converted, nullptr, channels, decoded.nb_samples,
+                                                    AV_SAMPLE_FMT_FLTP, 0);
+    if (result < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    const int count = swr_convert(m_resampler.get(), converted, decoded.nb_samples,
+                                  const_cast<const uint8_t**>(decoded.extended_data), decoded.nb_samples);
+    bool ok = count >= 0;
+    if (!ok)
+        *error = ffmpegErrorText(count);
+    if (ok) {
+        const int take = static_cast<int>(std::min<int64_t>(count, wanted));
+        if (av_audio_fifo_write(m_fifo.get(), reinterpret_cast<void**>(converted), take) < take) {
+            *error = ffmpegErrorText(AVERROR(ENOMEM));
+            ok = false;
+        } else {
+            m_samplesIn += take;
+        }
+    }
+    av_freep(&converted[0]);
+    av_freep(&converted);
+    return ok;
+}
+
+bool Session::sendToEncoder(AVFrame* frame, QString* error)
+{
+    int result = avcodec_send_frame(m_encoder.get(), frame);
+    if (result < 0 && result != AVERROR_EOF) {
+        *error = QStringLiteral("AAC kódolási hiba: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    while (true) {
+        PacketPtr packet(av_packet_alloc());
+        if (!packet) {
+            *error = ffmpegErrorText(AVERROR(ENOMEM));
+            return false;
+        }
+        result = avcodec_receive_packet(m_encoder.get(), packet.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return true;
+        if (result < 0) {
+            *error = QStringLiteral("AAC kódolási hiba: %1").arg(ffmpegErrorText(result));
+            return false;
+        }
+        if (!m_result->appendPacket(*packet, error))
+            return false;
+    }
+}
+
+bool Session::encodeFromFifo(bool flushAll, QString* error)
+{
+    const int frameSize = m_encoder->frame_size;
+    while (av_audio_fifo_size(m_fifo.get()) >= frameSize ||
+           (flushAll && av_audio_fifo_size(m_fifo.get()) > 0)) {
+        const int count = std::min(av_audio_fifo_size(m_fifo.get()), frameSize);
+        FramePtr frame(av_frame_alloc());
+        if (!frame) {
+            *error = ffmpegErrorText(AVERROR(ENOMEM));
+            return false;
+        }
+        frame->nb_samples = count;
+        frame->format = AV_SAMPLE_FMT_FLTP;
+        frame->sample_rate = m_encoder->sample_rate;
+        av_channel_layout_copy(&frame->ch_layout, &m_encoder->ch_layout);
+        if (int result = av_frame_get_buffer(frame.get(), 0); result < 0) {
+            *error = ffmpegErrorText(result);
+            return false;
+        }
+        if (av_audio_fifo_read(m_fifo.get(), reinterpret_cast<void**>(frame->data), count) < count) {
+            *error = ffmpegErrorText(AVERROR(EIO));
+            return false;
+        }
+        frame->pts = m_samplesOut;
+        m_samplesOut += count;
+        if (!sendToEncoder(frame.get(), error))
+            return false;
+    }
+    return true;
+}
+
+bool Session::decodeAvailable(QString* error)
+{
+    while (true) {
+        const int result = avcodec_receive_frame(m_decoder.get(), m_decoded.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return true;
+        if (result < 0) {
+            *error = ffmpegErrorText(result);
+            return false;
+        }
+        const bool pushed = pushSamples(*m_decoded, error);
+        av_frame_unref(m_decoded.get());
+        if (!pushed || !encodeFromFifo(false, error))
+            return false;
+    }
+}
+
+bool Session::run(QString* error)
+{
+    while (m_samplesIn < m_maxSamples) {
+        const int read = av_read_frame(m_input.get(), m_packet.get());
+        if (read == AVERROR_EOF)
+            break;
+        if (read < 0) {
+            *error = ffmpegErrorText(read);
+            return false;
+        }
+        bool ok = true;
+        if (m_packet->stream_index == m_streamIndex) {
+            const int sent = avcodec_send_packet(m_decoder.get(), m_packet.get());
+            if (sent < 0 && sent != AVERROR(EAGAIN) && sent != AVERROR_INVALIDDATA) {
+                *error = ffmpegErrorText(sent);
+                ok = false;
+            }
+        }
+        av_packet_unref(m_packet.get());
+        if (!ok || !decodeAvailable(error))
+            return false;
+    }
+    if (avcodec_send_packet(m_decoder.get(), nullptr) >= 0 && !decodeAvailable(error))
+        return false;
+    if (!encodeFromFifo(true, error) || !sendToEncoder(nullptr, error))
+        return false;
+    m_result->sampleCount = m_samplesOut;
+    return m_result->finishPackets(error);
+}
+
+} // namespace
+
+// One spooled packet: this header, then `size` bytes of data.
+struct SpoolRecord {
+    int64_t pts;
+    int64_t dts;
+    int64_t duration;
+    int32_t flags;
+    int32_t size;
+};
+
+EncodedAudio::EncodedAudio()
+    : m_spool(QDir::tempPath() + QStringLiteral("/vornik_aac_XXXXXX.spool"))
+{}
+
+EncodedAudio::~EncodedAudio()
+{
+    avcodec_parameters_free(&parameters);
+}
+
+bool EncodedAudio::appendPacket(const AVPacket& packet, QString* error)
+{
+    if (!m_spool.isOpen() && !m_spool.open()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem hozható létre: %1").arg(m_spool.errorString());
+        return false;
+    }
+    const SpoolRecord record{packet.pts, packet.dts, packet.duration, packet.flags, packet.size};
+    if (m_spool.write(reinterpret_cast<const char*>(&record), sizeof record) != sizeof record ||
+        m_spool.write(reinterpret_cast<const char*>(packet.data), packet.size) != packet.size) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem írható: %1").arg(m_spool.errorString());
+        return false;
+    }
+    ++m_packetCount;
+    return true;
+}
+
+bool EncodedAudio::finishPackets(QString* error)
+{
+    if (!m_spool.isOpen() && !m_spool.open()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem hozható létre: %1").arg(m_spool.errorString());
+        return false;
+    }
+    if (!m_spool.flush()) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem írható: %1").arg(m_spool.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool EncodedAudio::Reader::open(const EncodedAudio& audio, QString* error)
+{
+    m_file.setFileName(audio.m_spool.fileName());
+    if (!m_file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("az ideiglenes hangfájl nem olvasható: %1").arg(m_file.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool EncodedAudio::Reader::next(AVPacket* packet, QString* error)
+{
+    SpoolRecord record{};
+    const qint64 got = m_file.read(reinterpret_cast<char*>(&record), sizeof record);
+    if (got == 0)
+        return false;
+    if (got != sizeof record || record.size < 0) {
+        *error = QStringLiteral("az ideiglenes hangfájl sérült");
+        return false;
+    }
+    av_packet_unref(packet);
+    if (const int result = av_new_packet(packet, record.size); result < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    if (m_file.read(reinterpret_cast<char*>(packet->data), record.size) != record.size) {
+        *error = QStringLiteral("az ideiglenes hangfájl sérült");
+        return false;
+    }
+    packet->pts = record.pts;
+    packet->dts = record.dts;
+    packet->duration = record.duration;
+    packet->flags = record.flags;
+    return true;
+}
+
+bool isSameSource(const EncodedAudio& audio, const QString& path)
+{
+    const QFileInfo info(path);
+    return path == audio.sourcePath && info.exists() && info.size() == audio.sourceSize &&
+           info.lastModified() == audio.sourceModified;
+}
+
+std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error)
+{
+    Session session;
+    QString reason;
+    if (!session.open(path, maxDuration, &reason) || !session.run(&reason)) {
+        if (error)
+            *error = reason;
+        return nullptr;
+    }
+    return session.take();
+}

@@ -1,0 +1,271 @@
+#include "export/AudioMuxer.h"
+
+#include "editor/VideoEditorViewModel.h"
+#include "export/FfmpegHandles.h"
+#include "support/Log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <cmath>
+
+namespace {
+
+struct OpenedVideo {
+    InputContextPtr input;
+    int streamIndex = -1;
+};
+
+std::optional<OpenedVideo> openVideo(const QString& path)
+{
+    AVFormatContext* input = nullptr;
+    const QByteArray pathBytes = QFile::encodeName(path);
+    if (avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr) < 0)
+        return std::nullopt;
+    OpenedVideo video;
+    video.input.reset(input);
+    if (avformat_find_stream_info(input, nullptr) < 0)
+        return std::nullopt;
+    video.streamIndex = av_find_best_stream(input, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (video.streamIndex < 0)
+        return std::nullopt;
+    return video;
+}
+
+double streamDuration(const OpenedVideo& video)
+{
+    const AVStream* stream = video.input->streams[video.streamIndex];
+    if (stream->duration > 0)
+        return static_cast<double>(stream->duration) * av_q2d(stream->time_base);
+    if (video.input->duration > 0)
+        return static_cast<double>(video.input->duration) / AV_TIME_BASE;
+    return 0.0;
+}
+
+bool hasAudioStream(const QString& path)
+{
+    AVFormatContext* input = nullptr;
+    const QByteArray pathBytes = QFile::encodeName(path);
+    if (avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr) < 0)
+        return false;
+    InputContextPtr owned(input);
+    if (avformat_find_stream_info(input, nullptr) < 0)
+        return false;
+    return av_find_best_stream(input, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+}
+
+// The encoded audio to use: the prepared one when it was made from this very file and cut
+// to this video's length, else a fresh encoding.
+std::shared_ptr<const EncodedAudio> audioFor(const QString& audioPath, double videoDuration,
+                                             std::optional<PreparedAudio> prepared, QString* error)
+{
+    if (prepared) {
+        prepared->waitForFinished();
+        std::shared_ptr<const EncodedAudio> audio = prepared->result();
+        if (audio && isSameSource(*audio, audioPath) && audio->sampleRate > 0 &&
+            std::llround(audio->maxDuration * audio->sampleRate) ==
+                    std::llround(videoDuration * audio->sampleRate))
+            return audio;
+    }
+    return encodeAac(audioPath, videoDuration, error);
+}
+
+bool writePacket(AVFormatContext* output, AVPacket* packet, AVRational from, const AVStream* to,
+                 QString* error)
+{
+    av_packet_rescale_ts(packet, from, to->time_base);
+    packet->stream_index = to->index;
+    packet->pos = -1;
+    const int result = av_interleaved_write_frame(output, packet);
+    if (result < 0) {
+        *error = QStringLiteral("A fájl írása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<double> videoStreamDuration(const QString& videoPath)
+{
+    const std::optional<OpenedVideo> video = openVideo(videoPath);
+    if (!video)
+        return std::nullopt;
+    return streamDuration(*video);
+}
+
+bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
+                    QString* error)
+{
+    error->clear();
+    std::optional<OpenedVideo> video = openVideo(videoPath);
+    if (!video) {
+        *error = QStringLiteral("A videó nem olvasható");
+        return false;
+    }
+    const AVStream* videoIn = video->input->streams[video->streamIndex];
+
+    AVFormatContext* rawOutput = nullptr;
+    const QByteArray outputBytes = QFile::encodeName(outputPath);
+    int result = avformat_alloc_output_context2(&rawOutput, nullptr, "mov", outputBytes.constData());
+    if (result < 0 || !rawOutput) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    OutputContextPtr output(rawOutput);
+    AVStream* videoOut = avformat_new_stream(rawOutput, nullptr);
+    AVStream* audioOut = avformat_new_stream(rawOutput, nullptr);
+    if (!videoOut || !audioOut || avcodec_parameters_copy(videoOut->codecpar, videoIn->codecpar) < 0 ||
+        avcodec_parameters_copy(audioOut->codecpar, audio.parameters) < 0) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    videoOut->codecpar->codec_tag = 0;
+    videoOut->time_base = videoIn->time_base;
+    videoOut->avg_frame_rate = videoIn->avg_frame_rate;
+    audioOut->codecpar->codec_tag = 0;
+    const AVRational audioTimeBase{1, audio.sampleRate};
+    audioOut->time_base = audioTimeBase;
+
+    if ((result = avio_open(&rawOutput->pb, outputBytes.constData(), AVIO_FLAG_WRITE)) < 0) {
+        *error = QStringLiteral("A fájl nem hozható létre: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "movflags", "+faststart", 0);
+    result = avformat_write_header(rawOutput, &options);
+    av_dict_free(&options);
+    if (result < 0) {
+        *error = QStringLiteral("A fájl fejléce nem írható: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+
+    // Both streams are written in decoding-time order, so the muxer never has to hold more
+    // than a packet or two of either.
+    PacketPtr videoPacket(av_packet_alloc());
+    PacketPtr audioPacket(av_packet_alloc());
+    if (!videoPacket || !audioPacket) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    auto readVideo = [&]() -> int {
+        while (true) {
+            const int read = av_read_frame(video->input.get(), videoPacket.get());
+            if (read < 0)
+                return read;
+            if (videoPacket->stream_index == video->streamIndex)
+                return 0;
+            av_packet_unref(videoPacket.get());
+        }
+    };
+    EncodedAudio::Reader audioReader;
+    if (!audioReader.open(audio, error))
+        return false;
+    int videoState = readVideo();
+    bool audioPending = audioReader.next(audioPacket.get(), error);
+    if (!error->isEmpty())
+        return false;
+    while (videoState >= 0 || audioPending) {
+        bool takeVideo = videoState >= 0;
+        if (takeVideo && audioPending) {
+            const int64_t videoTime =
+                    videoPacket->dts != AV_NOPTS_VALUE ? videoPacket->dts : videoPacket->pts;
+            takeVideo = av_compare_ts(videoTime, videoIn->time_base, audioPacket->dts, audioTimeBase) <= 0;
+        }
+        if (takeVideo) {
+            if (!writePacket(rawOutput, videoPacket.get(), videoIn->time_base, videoOut, error))
+                return false;
+            videoState = readVideo();
+        } else {
+            if (!writePacket(rawOutput, audioPacket.get(), audioTimeBase, audioOut, error))
+                return false;
+            audioPending = audioReader.next(audioPacket.get(), error);
+            if (!error->isEmpty())
+                return false;
+        }
+    }
+    if (videoState != AVERROR_EOF) {
+        *error = QStringLiteral("A videó olvasása sikertelen: %1").arg(ffmpegErrorText(videoState));
+        return false;
+    }
+    if ((result = av_write_trailer(rawOutput)) < 0) {
+        *error = QStringLiteral("A fájl lezárása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    if ((result = avio_closep(&rawOutput->pb)) < 0) {
+        *error = QStringLiteral("A fájl lezárása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    return true;
+}
+
+void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
+                       std::function<void(bool)> completion, std::optional<PreparedAudio> prepared)
+{
+    const std::optional<OpenedVideo> video = openVideo(videoPath);
+    if (!video) {
+        logLine(QStringLiteral("[Audio] Video track hiba"));
+        completion(false);
+        return;
+    }
+    if (!hasAudioStream(audioPath)) {
+        logLine(QStringLiteral("[Audio] Audio track hiba"));
+        completion(false);
+        return;
+    }
+    // The video's length is the one that counts: a longer recording is cut to it, a shorter
+    // one is not padded.
+    const double duration = streamDuration(*video);
+    if (!(duration > 0.0)) {
+        logLine(QStringLiteral("[Audio] Insert error: a videó hossza nulla"));
+        completion(false);
+        return;
+    }
+    const QString temporaryPath = QFileInfo(videoPath).dir().filePath(kTemporaryMuxName);
+    QFile::remove(temporaryPath);
+    if (!avcodec_find_encoder(AV_CODEC_ID_AAC) || !av_guess_format("mov", nullptr, nullptr)) {
+        logLine(QStringLiteral("[Audio] Export session létrehozás hiba"));
+        completion(false);
+        return;
+    }
+
+    logLine(QStringLiteral("[Audio] Export session start..."));
+    // Detached work item: its completion is the only result.
+    (void)QtConcurrent::run([videoPath, audioPath, temporaryPath, duration, prepared = std::move(prepared),
+                             completion = std::move(completion)]() mutable {
+        QString error;
+        const std::shared_ptr<const EncodedAudio> audio =
+                audioFor(audioPath, duration, std::move(prepared), &error);
+        if (!audio || !writeMuxedFile(videoPath, *audio, temporaryPath, &error)) {
+            // Nothing half-written is left beside the silent video, which stays as it is.
+            QFile::remove(temporaryPath);
+            logLine(QStringLiteral("[Audio] Export hiba: %1")
+                            .arg(error.isEmpty() ? QStringLiteral("unknown") : error));
+            completion(false);
+            return;
+        }
+        logLine(QStringLiteral("[Audio] Export kész, fájl csere..."));
+        QFile silent(videoPath);
+        if (!silent.remove()) {
+            logLine(QStringLiteral("[Audio] Fájl csere hiba: %1").arg(silent.errorString()));
+            completion(false);
+            return;
+        }
+        QFile muxed(temporaryPath);
+        if (!muxed.rename(videoPath)) {
+            logLine(QStringLiteral("[Audio] Fájl csere hiba: %1").arg(muxed.errorString()));
+            completion(false);
+            return;
+        }
+        logLine(QStringLiteral("[Audio] Audio hozzáadva!"));
+        completion(true);
+    });
+}
+
+void VideoEditorViewModel::addAudioToVideo(const QString& videoURL, const QString& audioURL,
+                                           std::function<void(bool)> completion)
+{
+    muxAudioIntoVideo(videoURL, audioURL, std::move(completion));
+}

@@ -1,0 +1,35 @@
+// Puts the recording into a finished silent video: the video stream copied unchanged and
+// the audio as AAC-LC, cut to the video's length, written to "temp_with_audio.mov" beside
+// the video and then moved over it. The checks run on the calling (main) thread; encoding
+// and copying run on a pool thread, which also calls the completion.
+#pragma once
+
+#include "export/AacEncoder.h"
+
+#include <QFuture>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+using PreparedAudio = QFuture<std::shared_ptr<const EncodedAudio>>;
+
+// The file name of the muxed result while it is being written.
+inline const QString kTemporaryMuxName = QStringLiteral("temp_with_audio.mov");
+
+// The length of the first video stream of a file in seconds, or none when the file cannot be
+// read or has no video stream.
+std::optional<double> videoStreamDuration(const QString& videoPath);
+
+// Muxes `audioPath` into `videoPath`; `completion` is called exactly once, with true on
+// success. `prepared`, when given, is an encoding of the same audio started earlier (during
+// the video export); it is used when it still matches the file and the video's length,
+// else the audio is encoded again.
+void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
+                       std::function<void(bool)> completion,
+                       std::optional<PreparedAudio> prepared = std::nullopt);
+
+// Writes `video`'s video stream and `audio` into a new QuickTime file at `outputPath`.
+bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
+                    QString* error);

@@ -1,0 +1,142 @@
+#include "export/VideoExport.h"
+
+#include "export/BoundedQueue.h"
+#include "export/PictureConverter.h"
+#include "support/Log.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+const QString kRule = QString(40, QLatin1Char('='));
+
+struct QueuedPicture {
+    VideoPicture picture; // null when the frame could not be made
+    bool skipped = false; // not made because the writer has already failed
+};
+
+// Renders and converts frames 0...n-1 in order into `queue`.
+void producePictures(const VideoExportJob& job, BoundedQueue<QueuedPicture>& queue,
+                     const std::atomic<bool>& writerFailed, std::atomic<int64_t>& rendered,
+                     std::atomic<int64_t>& reused)
+{
+    SnapshotRenderer renderer(job.frames, job.transitionDuration, job.exportFPS);
+    PictureConverter converter(job.width, job.height);
+    QImage canvas(job.width, job.height, QImage::Format_ARGB32_Premultiplied);
+    VideoPicture previous;
+    const int64_t count = renderer.frameCount();
+    for (int64_t i = 0; i < count; ++i) {
+        QueuedPicture item;
+        if (writerFailed.load(std::memory_order_relaxed)) {
+            item.skipped = true;
+        } else if (previous && renderer.samePictureAsPrevious(i)) {
+            item.picture = previous;
+            reused.fetch_add(1, std::memory_order_relaxed);
+        } else {
+            if (!canvas.isNull() && renderer.render(i, canvas))
+                item.picture = converter.convert(canvas);
+            rendered.fetch_add(1, std::memory_order_relaxed);
+            previous = item.picture;
+        }
+        queue.push(std::move(item));
+    }
+}
+
+} // namespace
+
+VideoExportResult runVideoExport(const VideoExportJob& job,
+                                 const std::function<void(int64_t, int64_t)>& progress,
+                                 const std::function<void()>& finishing)
+{
+    VideoExportResult result;
+    const int64_t frameCount = static_cast<int64_t>(job.frames.size());
+    logLine(kRule);
+    logLine(QStringLiteral("[Export] VIDEÓ EXPORT KEZDÉS"));
+    logLine(QStringLiteral("[Export] Célfile: %1").arg(job.destination));
+    logLine(QStringLiteral("[Export] Frame count: %1").arg(frameCount));
+    logLine(QStringLiteral("[Export] FPS: %1").arg(job.exportFPS));
+    logLine(kRule);
+
+    // An existing file is replaced. A directory of that name is left alone (and makes the
+    // writer fail): an export never deletes a folder.
+    if (QFileInfo(job.destination).isFile() || QFileInfo(job.destination).isSymLink())
+        QFile::remove(job.destination);
+
+    logLine(QStringLiteral("[Export] Writer létrehozása..."));
+    VideoWriter writer(job.destination, job.width, job.height, job.exportFPS);
+    QString createError;
+    if (!writer.prepare(&createError)) {
+        result.threw = true;
+        result.exceptionLog = createError;
+        result.exceptionText = createError;
+        return result;
+    }
+    logLine(QStringLiteral("[Export] Video track OK"));
+
+    logLine(QStringLiteral("[Export] Writer startWriting..."));
+    if (!writer.startWriting()) {
+        logLine(QStringLiteral("[Export] FATAL: startWriting() failed! Error: %1")
+                        .arg(writer.errorText().isEmpty() ? QStringLiteral("nil") : writer.errorText()));
+        result.threw = true;
+        result.exceptionLog = QStringLiteral("Error Domain=ExportError Code=-1 \"(null)\"");
+        result.exceptionText = QStringLiteral("A művelet nem hajtható végre. (ExportError hiba: -1.)");
+        return result;
+    }
+    const auto status = [&writer] { return static_cast<int>(writer.status()); };
+    logLine(QStringLiteral("[Export] Writer startWriting OK, status: %1").arg(status()));
+    logLine(QStringLiteral("[Export] Writer session started, status: %1").arg(status()));
+    if (!writer.errorText().isEmpty())
+        logLine(QStringLiteral("[Export] Writer error after session: %1").arg(writer.errorText()));
+
+    logLine(QStringLiteral("[Export] Frame loop kezdés, total: %1").arg(frameCount));
+    BoundedQueue<QueuedPicture> queue(3);
+    std::atomic<bool> writerFailed = false;
+    std::atomic<int64_t> rendered = 0;
+    std::atomic<int64_t> reused = 0;
+    std::thread producer([&] { producePictures(job, queue, writerFailed, rendered, reused); });
+    for (int64_t i = 0; i < frameCount;) {
+        QueuedPicture item = queue.pop();
+        if (!item.skipped && !item.picture) {
+            logLine(QStringLiteral("[Export] ERROR: Failed to create pixel buffer for frame %1").arg(i));
+            ++i;
+            continue;
+        }
+        const bool appended = !item.skipped && writer.append(item.picture, i);
+        if (!appended) {
+            if (writer.status() == VideoWriterStatus::failed)
+                writerFailed.store(true, std::memory_order_relaxed);
+            if (i == 0)
+                logLine(QStringLiteral("[Export] ERROR: Failed to append first pixel buffer!"));
+        }
+        ++i;
+        if (i % 100 == 0 || i == frameCount) {
+            const double share = static_cast<double>(i) / static_cast<double>(frameCount);
+            progress(i, frameCount);
+            logLine(QStringLiteral("[Export] %1/%2 (%3%)")
+                            .arg(i)
+                            .arg(frameCount)
+                            .arg(static_cast<int64_t>(share * 100.0)));
+        }
+    }
+    producer.join();
+    result.picturesRendered = rendered.load();
+    result.picturesReused = reused.load();
+
+    logLine(QStringLiteral("[Export] Frame írás kész!"));
+    logLine(QStringLiteral("[Export] Writer finishWriting..."));
+    finishing();
+    writer.finishWriting();
+
+    logLine(kRule);
+    logLine(QStringLiteral("[Export] KÉSZ! Status: %1").arg(status()));
+    if (!writer.errorText().isEmpty())
+        logLine(QStringLiteral("[Export] Error: %1").arg(writer.errorText()));
+    logLine(kRule);
+    result.status = writer.status();
+    result.writerError = writer.errorText();
+    return result;
+}

@@ -1,0 +1,41 @@
+// The video export: every frame of a snapshot rendered, converted and written to an H.264
+// QuickTime file. A render thread works ahead of the encoder through a small queue; a frame
+// that looks exactly like its predecessor re-sends the previous converted picture.
+// runVideoExport runs on a background thread and reports through callbacks.
+#pragma once
+
+#include "export/VideoWriter.h"
+#include "render/FrameSnapshot.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+struct VideoExportJob {
+    std::vector<FrameSnapshot> frames;
+    QString destination;
+    int width = 1920;
+    int height = 1080;
+    int exportFPS = 30;
+    double transitionDuration = 0.5;
+};
+
+struct VideoExportResult {
+    VideoWriterStatus status = VideoWriterStatus::unknown;
+    QString writerError;   // the writer's error text, empty when it has none
+    bool threw = false;    // the writer could not be created or started
+    QString exceptionLog;  // for "[Export] EXCEPTION: "
+    QString exceptionText; // for the alert
+    int64_t picturesRendered = 0;
+    int64_t picturesReused = 0;
+};
+
+// Writes the job's frames with the log lines of the export; `progress(written, total)` is
+// called after every 100th frame and after the last one, on the calling thread, right
+// before its log line. `finishing()` is called when the frames are all written and the
+// file is being closed.
+VideoExportResult runVideoExport(const VideoExportJob& job,
+                                 const std::function<void(int64_t, int64_t)>& progress,
+                                 const std::function<void()>& finishing);

@@ -1,0 +1,22 @@
+#include "render/ScaledPageCache.h"
+
+const QImage& ScaledPageCache::scaled(const QImage& page, QSize size)
+{
+    const qint64 key = page.cacheKey();
+    for (auto it = m_entries.begin(); it != m_entries.end(); ++it) {
+        if (it->cacheKey == key && it->size == size) {
+            m_entries.splice(m_entries.begin(), m_entries, it);
+            return m_entries.front().image;
+        }
+    }
+    // Qt's smooth scaling averages the covered source pixels when shrinking and interpolates
+    // bilinearly when enlarging, so staff lines neither vanish nor turn jagged.
+    QImage image = page.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                           .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    image.setDevicePixelRatio(1.0);
+    ++m_scalings;
+    m_entries.push_front(Entry{key, size, std::move(image)});
+    while (static_cast<int>(m_entries.size()) > m_capacity)
+        m_entries.pop_back();
+    return m_entries.front().image;
+}
