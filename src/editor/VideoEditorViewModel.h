@@ -278,6 +278,10 @@ public:
 
     // ---- Project files ----
 
+    // ---- Application shell ----
+
+    // ---- Sidebar, waveform and audio settings ----
+
 signals:
     void changed();
     void autoSaveScheduled();
@@ -321,6 +325,10 @@ private:
     // ---- Rendering and export (private) ----
 
     // ---- Project files (private) ----
+
+    // ---- Application shell (private) ----
+
+    // ---- Sidebar, waveform and audio settings (private) ----
 
     EditorEnvironment m_environment;
 
