@@ -26,21 +26,21 @@ AppCommands::AppCommands(QObject* parent)
                                   QKeySequence(Qt::Key_Space), &AppCommands::togglePlayback);
     // The Delete key of the original keyboard layout is the one left of the backspace
     // position; on PC keyboards that is Backspace.
-    m_deleteAllImages = makeAction(QStringLiteral("deleteAllImages"), QStringLiteral("Összes kép törlése"),
-                                   QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace),
-                                   &AppCommands::deleteAllImages);
-    m_deletePortraitImages = makeAction(QStringLiteral("deletePortraitImages"),
-                                        QStringLiteral("Álló képek törlése"), QKeySequence(),
-                                        &AppCommands::deletePortraitImages);
-    m_deleteLandscapeImages = makeAction(QStringLiteral("deleteLandscapeImages"),
-                                         QStringLiteral("Fekvő képek törlése"), QKeySequence(),
-                                         &AppCommands::deleteLandscapeImages);
+    m_deleteAllImages =
+            makeAction(QStringLiteral("deleteAllImages"), QStringLiteral("Összes kép törlése"),
+                       QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace), &AppCommands::deleteAllImages);
+    m_deletePortraitImages =
+            makeAction(QStringLiteral("deletePortraitImages"), QStringLiteral("Álló képek törlése"),
+                       QKeySequence(), &AppCommands::deletePortraitImages);
+    m_deleteLandscapeImages =
+            makeAction(QStringLiteral("deleteLandscapeImages"), QStringLiteral("Fekvő képek törlése"),
+                       QKeySequence(), &AppCommands::deleteLandscapeImages);
     m_openSettings->setMenuRole(QAction::PreferencesRole);
     m_showAbout->setMenuRole(QAction::AboutRole);
 }
 
-QAction* AppCommands::makeAction(const QString& objectName, const QString& title, const QKeySequence& shortcut,
-                                 void (AppCommands::*signal)())
+QAction* AppCommands::makeAction(const QString& objectName, const QString& title,
+                                 const QKeySequence& shortcut, void (AppCommands::*signal)())
 {
     auto* action = new QAction(title, this);
     action->setObjectName(objectName);
@@ -52,9 +52,10 @@ QAction* AppCommands::makeAction(const QString& objectName, const QString& title
 
 QList<QAction*> AppCommands::actions() const
 {
-    return {m_newProject,     m_saveProject,     m_saveProjectAs,   m_loadProject,
-            m_openSettings,   m_showAbout,       m_togglePlayback,  m_deleteAllImages,
-            m_deletePortraitImages, m_deleteLandscapeImages};
+    return {m_newProject,           m_saveProject,     m_saveProjectAs,
+            m_loadProject,          m_openSettings,    m_showAbout,
+            m_togglePlayback,       m_deleteAllImages, m_deletePortraitImages,
+            m_deleteLandscapeImages};
 }
 
 void AppCommands::populateMenuBar(QMenuBar* menuBar) const

@@ -39,7 +39,8 @@ void installTestHooks(MainWindow& window)
                     continue;
                 const QPoint centre = button->mapToGlobal(button->rect().center());
                 lines += button->objectName().toUtf8() + ' ' + QByteArray::number(centre.x()) + ' ' +
-                         QByteArray::number(centre.y()) + (button->isEnabled() ? " enabled\n" : " disabled\n");
+                         QByteArray::number(centre.y()) +
+                         (button->isEnabled() ? " enabled\n" : " disabled\n");
             }
             QSaveFile file(geometry);
             if (file.open(QIODevice::WriteOnly)) {

@@ -105,8 +105,10 @@ void ContentView::connectCommands(const AppCommands& commands)
     connect(&commands, &AppCommands::openSettings, editor, &VideoEditorViewModel::openSettings);
     connect(&commands, &AppCommands::showAbout, editor, &VideoEditorViewModel::showAbout);
     connect(&commands, &AppCommands::deleteAllImages, editor, &VideoEditorViewModel::deleteAllImages);
-    connect(&commands, &AppCommands::deletePortraitImages, editor, &VideoEditorViewModel::deletePortraitImages);
-    connect(&commands, &AppCommands::deleteLandscapeImages, editor, &VideoEditorViewModel::deleteLandscapeImages);
+    connect(&commands, &AppCommands::deletePortraitImages, editor,
+            &VideoEditorViewModel::deletePortraitImages);
+    connect(&commands, &AppCommands::deleteLandscapeImages, editor,
+            &VideoEditorViewModel::deleteLandscapeImages);
     connect(&commands, &AppCommands::togglePlayback, editor, &VideoEditorViewModel::togglePlayback);
 }
 

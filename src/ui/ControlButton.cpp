@@ -52,8 +52,9 @@ void ControlButton::paintEvent(QPaintEvent*)
     // The shadow: black at 40 %, 2 points down, blurred over about 4 points.
     for (int step = 4; step >= 1; --step) {
         QPainterPath shadow;
-        shadow.addRoundedRect(body.translated(0, 2).adjusted(-step / 2.0, -step / 2.0, step / 2.0, step / 2.0),
-                              8 + step / 2.0, 8 + step / 2.0);
+        shadow.addRoundedRect(
+                body.translated(0, 2).adjusted(-step / 2.0, -step / 2.0, step / 2.0, step / 2.0),
+                8 + step / 2.0, 8 + step / 2.0);
         painter.fillPath(shadow, QColor(0, 0, 0, 26));
     }
 

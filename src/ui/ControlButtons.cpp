@@ -125,9 +125,11 @@ void ControlButtons::buildMainRow(QHBoxLayout* row)
     timeRow->setSpacing(4);
     const QFont timeFont = monospaced(20, QFont::Medium);
     m_currentTime = makeLabel(QStringLiteral("currentTimeLabel"), timeFont, Qt::white, m_timePanel);
-    QLabel* slash = makeLabel(QStringLiteral("timeSeparator"), timeFont, withAlpha(Qt::white, 0.5f), m_timePanel);
+    QLabel* slash =
+            makeLabel(QStringLiteral("timeSeparator"), timeFont, withAlpha(Qt::white, 0.5f), m_timePanel);
     slash->setText(QStringLiteral("/"));
-    m_duration = makeLabel(QStringLiteral("durationLabel"), timeFont, withAlpha(Qt::white, 0.7f), m_timePanel);
+    m_duration =
+            makeLabel(QStringLiteral("durationLabel"), timeFont, withAlpha(Qt::white, 0.7f), m_timePanel);
     timeRow->addWidget(m_currentTime);
     timeRow->addWidget(slash);
     timeRow->addWidget(m_duration);
@@ -162,8 +164,9 @@ void ControlButtons::buildSettingsRow(QHBoxLayout* row)
     row->addWidget(new QLabel(QStringLiteral("FPS:"), this));
     auto* fpsPicker = new QWidget(this);
     fpsPicker->setObjectName(QStringLiteral("fpsPicker"));
-    m_fpsGroup = makeSegmentedPicker(fpsPicker, {QStringLiteral("24"), QStringLiteral("30"), QStringLiteral("60")},
-                                     {QStringLiteral("fps24"), QStringLiteral("fps30"), QStringLiteral("fps60")}, 150);
+    m_fpsGroup = makeSegmentedPicker(
+            fpsPicker, {QStringLiteral("24"), QStringLiteral("30"), QStringLiteral("60")},
+            {QStringLiteral("fps24"), QStringLiteral("fps30"), QStringLiteral("fps60")}, 150);
     row->addWidget(fpsPicker);
     connect(m_fpsGroup, &QButtonGroup::idClicked, this, [this](int id) {
         static constexpr int kRates[] = {24, 30, 60};
@@ -212,8 +215,9 @@ void ControlButtons::recordPressed()
         m_viewModel.startRecording();
 }
 
-ControlButton* ControlButtons::addPageButton(const QString& objectName, const QString& title, const QColor& color,
-                                             const QString& icon, void (VideoEditorViewModel::*action)())
+ControlButton* ControlButtons::addPageButton(const QString& objectName, const QString& title,
+                                             const QColor& color, const QString& icon,
+                                             void (VideoEditorViewModel::*action)())
 {
     auto* button = new ControlButton(title, color, icon, m_pageButtons);
     button->setObjectName(objectName);
@@ -235,18 +239,23 @@ void ControlButtons::rebuildPageButtons()
         return;
     m_pageRow = wanted;
     while (QLayoutItem* item = m_pageButtonsLayout->takeAt(0)) {
-        if (QWidget* widget = item->widget())
+        // Deleted later: the button whose click changed the state may still be on the stack.
+        if (QWidget* widget = item->widget()) {
+            widget->hide();
             widget->deleteLater();
+        }
         delete item;
     }
     switch (wanted) {
     case PageRow::none:
         break;
     case PageRow::recording:
-        addPageButton(QStringLiteral("previousPageDuringRecordingButton"), QStringLiteral("Előző oldal"), kPurple,
-                      QStringLiteral("arrow.left.circle.fill"), &VideoEditorViewModel::previousPageDuringRecording);
-        addPageButton(QStringLiteral("nextPageDuringRecordingButton"), QStringLiteral("Következő oldal"), kBlue,
-                      QStringLiteral("arrow.right.circle.fill"), &VideoEditorViewModel::nextPageDuringRecording);
+        addPageButton(QStringLiteral("previousPageDuringRecordingButton"), QStringLiteral("Előző oldal"),
+                      kPurple, QStringLiteral("arrow.left.circle.fill"),
+                      &VideoEditorViewModel::previousPageDuringRecording);
+        addPageButton(QStringLiteral("nextPageDuringRecordingButton"), QStringLiteral("Következő oldal"),
+                      kBlue, QStringLiteral("arrow.right.circle.fill"),
+                      &VideoEditorViewModel::nextPageDuringRecording);
         break;
     case PageRow::playing:
         addPageButton(QStringLiteral("jumpBack3SecondsButton"), QStringLiteral("Vissza 3 mp"), kOrange,

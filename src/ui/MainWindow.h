@@ -16,7 +16,8 @@ class MainWindow : public QMainWindow {
 
 public:
     // `delegate` may be null (tests without an application shell).
-    explicit MainWindow(EditorEnvironment environment, AppDelegate* delegate = nullptr, QWidget* parent = nullptr);
+    explicit MainWindow(EditorEnvironment environment, AppDelegate* delegate = nullptr,
+                        QWidget* parent = nullptr);
 
     VideoEditorViewModel& editor() const;
     ContentView& contentView() const { return *m_contentView; }

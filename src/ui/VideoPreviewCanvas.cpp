@@ -60,7 +60,8 @@ QRectF VideoPreviewCanvas::pictureRect()
     // Fit, keeping the aspect ratio of the picture's size in points.
     const QSizeF pictureSize = m_picture.deviceIndependentSize();
     const QSizeF fitted = pictureSize.scaled(QSizeF(size()), Qt::KeepAspectRatio);
-    return {(width() - fitted.width()) / 2, (height() - fitted.height()) / 2, fitted.width(), fitted.height()};
+    return {(width() - fitted.width()) / 2, (height() - fitted.height()) / 2, fitted.width(),
+            fitted.height()};
 }
 
 void VideoPreviewCanvas::paintEvent(QPaintEvent*)
@@ -82,10 +83,11 @@ void VideoPreviewCanvas::paintEvent(QPaintEvent*)
     const int symbolSize = 60;
     const int padding = 12;
     const int top = (height() - symbolSize - padding - textHeight) / 2;
-    painter.drawPixmap(QPointF((width() - symbolSize) / 2.0, top),
-                       tintedSymbol(QStringLiteral("photo.on.rectangle.angled"), symbolSize, grey,
-                                    devicePixelRatioF()));
+    painter.drawPixmap(
+            QPointF((width() - symbolSize) / 2.0, top),
+            tintedSymbol(QStringLiteral("photo.on.rectangle.angled"), symbolSize, grey, devicePixelRatioF()));
     painter.setFont(font);
     painter.setPen(grey);
-    painter.drawText(QRect(0, top + symbolSize + padding, width(), textHeight), Qt::AlignHCenter, placeholderText());
+    painter.drawText(QRect(0, top + symbolSize + padding, width(), textHeight), Qt::AlignHCenter,
+                     placeholderText());
 }

@@ -15,12 +15,14 @@ namespace {
 void dragDivider(DividerHandle* divider, int dx)
 {
     const QPoint start = divider->rect().center();
+    // The pointer's screen positions do not follow the divider as it moves.
+    const QPoint globalStart = divider->mapToGlobal(start);
     QTest::mousePress(divider, Qt::LeftButton, Qt::NoModifier, start);
     const int steps = 10;
     for (int i = 1; i <= steps; ++i) {
-        QMouseEvent move(QEvent::MouseMove, QPointF(start + QPoint(dx * i / steps, 0)),
-                         QPointF(divider->mapToGlobal(start + QPoint(dx * i / steps, 0))), Qt::NoButton,
-                         Qt::LeftButton, Qt::NoModifier);
+        const QPoint global = globalStart + QPoint(dx * i / steps, 0);
+        QMouseEvent move(QEvent::MouseMove, QPointF(divider->mapFromGlobal(global)), QPointF(global),
+                         Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(divider, &move);
     }
     QTest::mouseRelease(divider, Qt::LeftButton, Qt::NoModifier, start + QPoint(dx, 0));
@@ -109,7 +111,8 @@ TEST(ContentViewTest, OverlayAppearsForAnExportWithTheExportTitle)
     QTest::mouseClick(fixture.find<QAbstractButton>(QStringLiteral("exportButton")), Qt::LeftButton);
     EXPECT_TRUE(overlay->isVisible());
     EXPECT_EQ(overlay->geometry(), fixture.window().contentView().rect());
-    EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressTitle"))->text(), QStringLiteral("Export folyamatban..."));
+    EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressTitle"))->text(),
+              QStringLiteral("Export folyamatban..."));
     EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressText"))->text(), QStringLiteral("0%\nIndítás..."));
     EXPECT_EQ(fixture.find<QProgressBar>(QStringLiteral("progressBar"))->width(), 300);
 
@@ -127,7 +130,8 @@ TEST(ContentViewTest, OverlayAppearsForASaveWithTheExportTitle)
     fixture.editor().setSavingProgress(0.429);
     fixture.editor().setSavingProgressText(QStringLiteral("42%\nMentés..."));
     EXPECT_TRUE(overlay->isVisible());
-    EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressTitle"))->text(), QStringLiteral("Export folyamatban..."));
+    EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressTitle"))->text(),
+              QStringLiteral("Export folyamatban..."));
     EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressPercent"))->text(), QStringLiteral("42%"));
     EXPECT_EQ(fixture.find<QLabel>(QStringLiteral("progressText"))->text(), QStringLiteral("42%\nMentés..."));
     EXPECT_EQ(fixture.find<QProgressBar>(QStringLiteral("progressBar"))->value(), 429);

@@ -102,7 +102,8 @@ TEST(ControlButtonsTest, WithAudioAndPagesRecordAndExportAreEnabled)
     fixture.addPages({makePageImage(80, 100, Qt::red)});
     EXPECT_TRUE(mediaButtons(fixture).record->isEnabled());
     EXPECT_TRUE(fixture.find<ControlButton>(QStringLiteral("exportButton"))->isEnabled());
-    EXPECT_EQ(fixture.find<ControlButton>(QStringLiteral("exportButton"))->text(), QStringLiteral("Videó exportálása"));
+    EXPECT_EQ(fixture.find<ControlButton>(QStringLiteral("exportButton"))->text(),
+              QStringLiteral("Videó exportálása"));
 }
 
 TEST(ControlButtonsTest, WhileRecordingPlayShowsPauseAndRecordShowsFilledAndPlayEndsTheRecording)
@@ -162,7 +163,8 @@ TEST(ControlButtonsTest, PageButtonRowFollowsRecordingPlayingAndStopped)
               QStringList({QStringLiteral("Előző oldal"), QStringLiteral("Következő oldal")}));
 
     // "Következő oldal" moves the recording to the second page.
-    QTest::mouseClick(fixture.find<ControlButton>(QStringLiteral("nextPageDuringRecordingButton")), Qt::LeftButton);
+    QTest::mouseClick(fixture.find<ControlButton>(QStringLiteral("nextPageDuringRecordingButton")),
+                      Qt::LeftButton);
     EXPECT_EQ(fixture.editor().currentAssignmentIndex(), 1);
     fixture.editor().stopRecording();
     drainEvents();

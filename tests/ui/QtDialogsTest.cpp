@@ -57,7 +57,8 @@ TEST(QtDialogsTest, QuestionReturnsThePositionOfThePressedButton)
     QtDialogs dialogs;
     SeenBox seen;
     answerNextBox(&seen, 1);
-    const QStringList buttons = {QStringLiteral("Egyesével"), QStringLiteral("Párosával"), QStringLiteral("Mégse")};
+    const QStringList buttons = {QStringLiteral("Egyesével"), QStringLiteral("Párosával"),
+                                 QStringLiteral("Mégse")};
     EXPECT_EQ(dialogs.question(AlertStyle::informational, QStringLiteral("PDF"), QString(), buttons), 1);
     EXPECT_EQ(seen.buttons.size(), 3);
 }

@@ -124,7 +124,8 @@ TEST(VideoPreviewTest, WindowGrabWithALoadedProjectShowsThePageWhereExpected)
     // A portrait page on a landscape canvas: the page in the middle, the fill colour at the sides.
     fixture.editor().setFillColor(QColor(0, 0, 0));
     fixture.editor().updateFillColor(QColor(0, 0, 0));
-    fixture.addPages({makePageImage(300, 400, QColor(220, 40, 40)), makePageImage(300, 400, QColor(40, 200, 40))});
+    fixture.addPages(
+            {makePageImage(300, 400, QColor(220, 40, 40)), makePageImage(300, 400, QColor(40, 200, 40))});
     fixture.editor().startRecording();
     fixture.editor().playbackTick();
     fixture.editor().stopRecording();
@@ -141,5 +142,6 @@ TEST(VideoPreviewTest, WindowGrabWithALoadedProjectShowsThePageWhereExpected)
     EXPECT_TRUE(isClose(middle, QColor(220, 40, 40))) << middle.name().toStdString();
     // Beside the page, inside the 16:9 picture, the fill colour.
     const QPoint side(qRound(shown.left() + shown.width() * 0.08), qRound(shown.center().y()));
-    EXPECT_TRUE(isClose(grab.pixelColor(side), QColor(0, 0, 0))) << grab.pixelColor(side).name().toStdString();
+    EXPECT_TRUE(isClose(grab.pixelColor(side), QColor(0, 0, 0)))
+            << grab.pixelColor(side).name().toStdString();
 }

@@ -4,10 +4,10 @@
 // library does not link the widgets. Main thread only.
 #pragma once
 
+#include "editor/VideoEditorViewModel.h"
+#include "support/AudioFixtures.h"
 #include "support/EventLoop.h"
 #include "support/PlaybackFixtures.h"
-#include "support/AudioFixtures.h"
-#include "editor/VideoEditorViewModel.h"
 #include "support/ScriptedDialogs.h"
 #include "ui/ContentView.h"
 #include "ui/MainWindow.h"
@@ -20,6 +20,13 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
+
+// Readable QStrings in test failure messages.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
 
 class WindowFixture {
 public:
@@ -62,7 +69,8 @@ public:
                                                fixtures::sineTone(44100, 1, frames, 0.3f));
         ASSERT_FALSE(wav.isEmpty());
         editor().loadAudio(wav);
-        ASSERT_TRUE(waitUntil([this] { return editor().audioURL().has_value() && !editor().isLoadingAudio(); }));
+        ASSERT_TRUE(
+                waitUntil([this] { return editor().audioURL().has_value() && !editor().isLoadingAudio(); }));
         drainEvents();
     }
 
