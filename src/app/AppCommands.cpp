@@ -35,6 +35,9 @@ AppCommands::AppCommands(QObject* parent)
     m_deleteLandscapeImages =
             makeAction(QStringLiteral("deleteLandscapeImages"), QStringLiteral("Fekvő képek törlése"),
                        QKeySequence(), &AppCommands::deleteLandscapeImages);
+    // Keyboards with a separate Delete key may use it too; the menu shows the first shortcut.
+    m_deleteAllImages->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace),
+                                     QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Delete)});
     m_openSettings->setMenuRole(QAction::PreferencesRole);
     m_showAbout->setMenuRole(QAction::AboutRole);
 }

@@ -64,6 +64,11 @@ QButtonGroup* makeSegmentedPicker(QWidget* container, const QStringList& titles,
         group->addButton(button, i);
     }
     container->setFixedWidth(width);
+    // The chosen segment stands out in the accent colour.
+    container->setStyleSheet(
+            QStringLiteral("QPushButton { background: #3a3a3a; color: white; border: 1px solid #555;"
+                           " padding: 4px 0; } QPushButton:checked { background: #0a84ff;"
+                           " border-color: #0a84ff; }"));
     return group;
 }
 

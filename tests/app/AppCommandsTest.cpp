@@ -141,6 +141,15 @@ TEST(AppCommandsTest, AboutShowsTheInformationalAlert)
             QStringLiteral("Verzió 1.0\n\nKotta videó készítő alkalmazás")));
 }
 
+TEST(AppCommandsTest, CtrlShiftBackspaceDeletesAllImages)
+{
+    WindowFixture fixture;
+    fixture.addPages({makePageImage(100, 200, Qt::red), makePageImage(200, 100, Qt::green)});
+    fixture.show();
+    QTest::keyClick(&fixture.window(), Qt::Key_Backspace, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(fixture.editor().images().empty());
+}
+
 TEST(AppCommandsTest, PageCommandsReachTheEditor)
 {
     WindowFixture fixture;
