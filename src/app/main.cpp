@@ -1,4 +1,6 @@
-// Vornik's entry point: the application object and its one window.
+// Vornik's entry point: the application object, its delegate and its one window.
+#include "app/AppDelegate.h"
+#include "app/TestHooks.h"
 #include "audio/DefaultAudioPlayerFactory.h"
 #include "ui/MainWindow.h"
 #include "ui/QtDialogs.h"
@@ -17,16 +19,20 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Vornik"));
     QApplication::setApplicationDisplayName(QStringLiteral("Vornik"));
     QApplication::setApplicationVersion(QStringLiteral("1.0"));
+    QApplication::setDesktopFileName(QStringLiteral("hu.vornik.Vornik"));
     // Scanned score pages are large: an A4 page scanned at 600 dpi in colour needs about
     // 140 MB decoded, more than Qt's default limit. Far larger images are still refused.
     QImageReader::setAllocationLimit(1024);
 
+    AppDelegate delegate;
     QtDialogs dialogs;
     EditorEnvironment environment;
     environment.dialogs = &dialogs;
     environment.audioPlayerFactory = defaultAudioPlayerFactory();
-    MainWindow window(environment);
+    MainWindow window(environment, &delegate);
     dialogs.setParentWidget(&window);
     window.show();
+    delegate.applicationDidFinishLaunching(&window);
+    installTestHooks(window);
     return QApplication::exec();
 }

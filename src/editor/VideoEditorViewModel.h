@@ -279,6 +279,10 @@ public:
     // ---- Project files ----
 
     // ---- Application shell ----
+    // The settings menu item: only writes its log line (the audio settings have their own button).
+    void openSettings();
+    // The about alert: the program's name, version and purpose.
+    void showAbout();
 
     // ---- Sidebar, waveform and audio settings ----
 

@@ -1,18 +1,29 @@
-// The application's one window. It owns the editor object for its whole life.
+// The application's one window: the menu bar with the commands and ContentView, which owns
+// the editor object for the window's whole life. Main thread only.
 #pragma once
 
-#include "editor/VideoEditorViewModel.h"
+#include "editor/EditorEnvironment.h"
 
 #include <QMainWindow>
+
+class AppCommands;
+class AppDelegate;
+class ContentView;
+class VideoEditorViewModel;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    explicit MainWindow(EditorEnvironment environment, QWidget* parent = nullptr);
+    // `delegate` may be null (tests without an application shell).
+    explicit MainWindow(EditorEnvironment environment, AppDelegate* delegate = nullptr,
+                        QWidget* parent = nullptr);
 
-    VideoEditorViewModel& editor() { return *m_editor; }
+    VideoEditorViewModel& editor() const;
+    ContentView& contentView() const { return *m_contentView; }
+    AppCommands& commands() const { return *m_commands; }
 
 private:
-    VideoEditorViewModel* m_editor;
+    AppCommands* m_commands;
+    ContentView* m_contentView;
 };

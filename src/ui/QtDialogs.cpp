@@ -42,16 +42,18 @@ QtDialogs::QtDialogs(QWidget* parent)
 
 void QtDialogs::alert(AlertStyle style, const QString& message, const QString& informativeText)
 {
-    QMessageBox box(iconFor(style), message, message, QMessageBox::NoButton, m_parent);
+    QMessageBox box(iconFor(style), QStringLiteral("Vornik"), message, QMessageBox::NoButton, m_parent);
+    box.setObjectName(QStringLiteral("alertBox"));
     box.setInformativeText(informativeText);
-    box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+    box.setDefaultButton(box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole));
     box.exec();
 }
 
 int QtDialogs::question(AlertStyle style, const QString& message, const QString& informativeText,
                         const QStringList& buttons)
 {
-    QMessageBox box(iconFor(style), message, message, QMessageBox::NoButton, m_parent);
+    QMessageBox box(iconFor(style), QStringLiteral("Vornik"), message, QMessageBox::NoButton, m_parent);
+    box.setObjectName(QStringLiteral("questionBox"));
     box.setInformativeText(informativeText);
     std::vector<QAbstractButton*> added;
     for (const QString& title : buttons)
@@ -72,8 +74,11 @@ void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
-    dialog->setLabelText(QFileDialog::LookIn, request.message);
+    dialog->setObjectName(QStringLiteral("saveFileDialog"));
     dialog->setNameFilters(nameFilters(request.allowedTypes, false));
+    // A name typed without an extension gets the first offered one; a typed extension is kept.
+    if (!request.allowedTypes.empty() && !request.allowedTypes.front().extensions.isEmpty())
+        dialog->setDefaultSuffix(request.allowedTypes.front().extensions.front());
     dialog->selectFile(request.proposedName);
     if (!request.canCreateDirectories)
         dialog->setOption(QFileDialog::ReadOnly);
@@ -91,6 +96,7 @@ void QtDialogs::chooseOpenFiles(const OpenFileRequest& request, std::function<vo
 {
     auto* dialog = new QFileDialog(m_parent, request.title.isEmpty() ? request.message : request.title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setObjectName(QStringLiteral("openFileDialog"));
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setFileMode(request.allowsMultipleSelection ? QFileDialog::ExistingFiles
                                                         : QFileDialog::ExistingFile);

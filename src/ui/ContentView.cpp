@@ -1,0 +1,142 @@
+#include "ui/ContentView.h"
+
+#include "app/AppCommands.h"
+#include "app/AppDelegate.h"
+#include "editor/VideoEditorViewModel.h"
+#include "ui/ControlButtons.h"
+#include "ui/ProgressOverlay.h"
+#include "ui/ResizableSplitView.h"
+#include "ui/VideoPreviewCanvas.h"
+#include "ui/VideoPreviewOverlay.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+
+QPalette darkPalette(QPalette palette)
+{
+    palette.setColor(QPalette::Window, QColor(0x1e, 0x1e, 0x1e));
+    palette.setColor(QPalette::WindowText, Qt::white);
+    palette.setColor(QPalette::Base, QColor(0x2a, 0x2a, 0x2a));
+    palette.setColor(QPalette::Text, Qt::white);
+    palette.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
+    palette.setColor(QPalette::ButtonText, Qt::white);
+    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    return palette;
+}
+
+} // namespace
+
+ContentView::ContentView(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent)
+    : QWidget(parent)
+    , m_viewModel(new VideoEditorViewModel(std::move(environment), this))
+    , m_delegate(delegate)
+{
+    setObjectName(QStringLiteral("contentView"));
+    setMinimumSize(1400, 800);
+    setPalette(darkPalette(palette()));
+    setAutoFillBackground(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    m_splitView = new ResizableSplitView(makeSidebarPane(), makeRightPane(), this);
+    layout->addWidget(m_splitView);
+
+    m_progressOverlay = new ProgressOverlay(*m_viewModel, this);
+}
+
+ContentView::~ContentView() = default;
+
+// The page sidebar's place. PENDING MERGE (sidebar): the lead swaps this for the real
+// ImageSidebarView(*m_viewModel) here; nothing else refers to the placeholder.
+QWidget* ContentView::makeSidebarPane()
+{
+    auto* placeholder = new QLabel(QStringLiteral("Oldalak"));
+    placeholder->setObjectName(QStringLiteral("sidebarPlaceholder"));
+    placeholder->setAlignment(Qt::AlignCenter);
+    return placeholder;
+}
+
+// The waveform's place under the preview. PENDING MERGE (waveform): the lead swaps this for
+// the real WaveformView(*m_viewModel) here.
+QWidget* ContentView::makeWaveformPane()
+{
+    auto* placeholder = new QLabel(QStringLiteral("Hullámforma"));
+    placeholder->setObjectName(QStringLiteral("waveformPlaceholder"));
+    placeholder->setAlignment(Qt::AlignCenter);
+    placeholder->setFixedHeight(120);
+    return placeholder;
+}
+
+QWidget* ContentView::makeRightPane()
+{
+    auto* pane = new QWidget;
+    pane->setObjectName(QStringLiteral("editingPane"));
+    auto* column = new QVBoxLayout(pane);
+    column->setContentsMargins(12, 12, 12, 4);
+    column->setSpacing(10);
+
+    auto* preview = new QWidget(pane);
+    preview->setObjectName(QStringLiteral("previewArea"));
+    auto* stack = new QGridLayout(preview);
+    stack->setContentsMargins(0, 0, 0, 0);
+    m_canvas = new VideoPreviewCanvas(*m_viewModel, preview);
+    m_overlay = new VideoPreviewOverlay(*m_viewModel, preview);
+    stack->addWidget(m_canvas, 0, 0);
+    stack->addWidget(m_overlay, 0, 0);
+    column->addWidget(preview, 1);
+
+    QWidget* waveform = makeWaveformPane();
+    waveform->setParent(pane);
+    column->addWidget(waveform);
+
+    m_controls = new ControlButtons(*m_viewModel, pane);
+    column->addWidget(m_controls);
+    return pane;
+}
+
+void ContentView::connectCommands(const AppCommands& commands)
+{
+    VideoEditorViewModel* editor = m_viewModel;
+    connectProjectCommands(commands);
+    connect(&commands, &AppCommands::openSettings, editor, &VideoEditorViewModel::openSettings);
+    connect(&commands, &AppCommands::showAbout, editor, &VideoEditorViewModel::showAbout);
+    connect(&commands, &AppCommands::deleteAllImages, editor, &VideoEditorViewModel::deleteAllImages);
+    connect(&commands, &AppCommands::deletePortraitImages, editor,
+            &VideoEditorViewModel::deletePortraitImages);
+    connect(&commands, &AppCommands::deleteLandscapeImages, editor,
+            &VideoEditorViewModel::deleteLandscapeImages);
+    connect(&commands, &AppCommands::togglePlayback, editor, &VideoEditorViewModel::togglePlayback);
+}
+
+// PENDING MERGE (project files): the four project commands reach the editor here. Still to
+// connect, once the editor has them:
+//     connect(&commands, &AppCommands::newProject, m_viewModel, &VideoEditorViewModel::newProject);
+//     connect(&commands, &AppCommands::saveProject, m_viewModel, &VideoEditorViewModel::saveProject);
+//     connect(&commands, &AppCommands::saveProjectAs, m_viewModel, &VideoEditorViewModel::saveProjectAs);
+//     connect(&commands, &AppCommands::loadProject, m_viewModel, &VideoEditorViewModel::loadProjectDialog);
+void ContentView::connectProjectCommands(const AppCommands& commands)
+{
+    Q_UNUSED(commands);
+}
+
+// PENDING MERGE (project files): load the autosave here:
+//     m_viewModel->autoLoadProject();
+void ContentView::autoLoadProject()
+{
+    emit autoLoadStarted();
+}
+
+void ContentView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_delegate)
+        m_delegate->setViewModel(m_viewModel);
+    if (!m_didAutoLoad) {
+        m_didAutoLoad = true;
+        autoLoadProject();
+    }
+}
