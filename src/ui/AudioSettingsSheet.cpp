@@ -95,7 +95,7 @@ AudioSettingsSheet::AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget*
     setObjectName(QStringLiteral("audioSettingsSheet"));
     setWindowTitle(QStringLiteral("Hangsáv beállítások"));
     setModal(true);
-    setMinimumWidth(520);
+    setFixedWidth(kWidth);
 
     // 1. Title row.
     QLabel* title = textLabel(QStringLiteral("Hangsáv beállítások"), this, 24, true);
@@ -255,6 +255,9 @@ AudioSettingsSheet::AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget*
             m_viewModel.setShowAudioSettings(false);
     });
     refreshValues();
+    // The wrapped captions need the height that goes with the fixed width.
+    setMinimumHeight(column->heightForWidth(kWidth));
+    resize(kWidth, minimumHeight());
 }
 
 void AudioSettingsSheet::refreshValues()

@@ -18,6 +18,7 @@ public:
     static constexpr int kSilenceStepsPerSecond = 2;     // 0.5 s
     static constexpr int kTransitionStepsPerSecond = 10; // 0.1 s
     static constexpr int kBoostStep = 5;                 // percent
+    static constexpr int kWidth = 540;
 
     explicit AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget* parent = nullptr);
 

@@ -26,7 +26,7 @@ class ImageSidebarView : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr double kBaseThumbnailWidth = 240.0;
+    static constexpr double kBaseThumbnailWidth = 200.0;
     static constexpr double kMinThumbnailScale = 0.5;
     static constexpr double kMaxThumbnailScale = 1.5;
     static constexpr double kThumbnailScaleStep = 0.25;

@@ -110,6 +110,11 @@ WaveformView::WaveformView(VideoEditorViewModel& viewModel, Dialogs& dialogs, QW
     refreshState();
 }
 
+AudioSettingsSheet* WaveformView::settingsSheet() const
+{
+    return m_sheet;
+}
+
 void WaveformView::refreshState()
 {
     m_stack->setCurrentIndex(m_viewModel.audioURL().has_value() ? 1 : 0);

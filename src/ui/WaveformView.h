@@ -39,7 +39,8 @@ public:
     bool isDraggingOver() const { return m_isDraggingOver; }
     // How many times the page starts were collected from the frames (for tests).
     int boundaryComputations() const { return m_boundaryComputations; }
-    AudioSettingsSheet* settingsSheet() const { return m_sheet; }
+    // The sheet while it is presented (or closing), else null.
+    AudioSettingsSheet* settingsSheet() const;
 
 signals:
     // "Alkalmaz" was pressed in the audio settings sheet: the audio is to be rendered again
