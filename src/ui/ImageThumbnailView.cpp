@@ -196,9 +196,12 @@ void ImageThumbnailView::startDrag()
     drag->setMimeData(mime);
     if (const QPixmap picture = m_picture->pixmap(); !picture.isNull())
         drag->setPixmap(picture.scaledToWidth(std::min(120, picture.width())));
+    // The drag runs its own event loop; the sidebar's state is reached without this cell,
+    // which the list may have reused or dropped in the meantime.
+    std::optional<QUuid>& draggedItem = m_draggedItem;
     drag->exec(Qt::MoveAction);
     // A drag that ended outside every cell leaves nothing behind either.
-    m_draggedItem.reset();
+    draggedItem.reset();
 }
 
 void ImageThumbnailView::dragEnterEvent(QDragEnterEvent* event)

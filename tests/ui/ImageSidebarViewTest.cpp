@@ -113,6 +113,15 @@ TEST_F(ImageSidebarViewTest, DroppingAPdfAndTwoPngsImportsAllThreeAndThePdfAsksI
     EXPECT_EQ(sidebar.thumbnails().size(), 4u);
 }
 
+TEST_F(ImageSidebarViewTest, DroppedLocationsThatAreNoFilesAreIgnored)
+{
+    EXPECT_TRUE(sidebar.handleDrop({QUrl(QStringLiteral("https://example.org/page.png")),
+                                    QUrl::fromLocalFile(path(QStringLiteral("missing.png")))}));
+    drainEvents();
+    EXPECT_TRUE(editor.images().empty());
+    EXPECT_TRUE(dialogs.requests().empty());
+}
+
 TEST_F(ImageSidebarViewTest, DragOverWithFilesHighlightsUntilItLeaves)
 {
     QMimeData mime;

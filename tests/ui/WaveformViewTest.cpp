@@ -263,6 +263,22 @@ TEST_F(LoadedWaveformTest, PageBoundariesAreCollectedOncePerChangeOfTheFrames)
     EXPECT_DOUBLE_EQ(editor().currentTime(), 15.0);
 }
 
+TEST_F(LoadedWaveformTest, WhileRecordingEveryChangeCollectsThePageStartsAgain)
+{
+    editor().setImages(makePageItems({makePageImage(40, 60, Qt::red), makePageImage(40, 60, Qt::blue)}));
+    assignRun(editor(), 0, 299, 0);
+    view.snapToPageBoundary(5.0);
+    ASSERT_EQ(view.boundaryComputations(), 1);
+    editor().startRecording();
+    // A recording tick writes page 0 up to frame 360 as the playhead moves; the end of the
+    // recorded stretch (frame 361) is a new page start, 14 frames before 12.5 s.
+    playback.tickAt(12.0);
+    ASSERT_EQ(playback.pageOfFrame(360), 0);
+    EXPECT_DOUBLE_EQ(view.snapToPageBoundary(12.5), 361.0 / 30.0);
+    EXPECT_EQ(view.boundaryComputations(), 2);
+    editor().stopRecording();
+}
+
 TEST_F(LoadedWaveformTest, BarsTakeTheirPageColourAndUnassignedBarsTheAccentColour)
 {
     // The first third of the recording on page 17 (palette colour 1), the rest unassigned.
