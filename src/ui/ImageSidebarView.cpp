@@ -147,8 +147,11 @@ ImageSidebarView::ImageSidebarView(VideoEditorViewModel& viewModel, Dialogs& dia
     column->addWidget(m_scrollArea, 1);
 
     connect(&m_viewModel, &VideoEditorViewModel::imagesChanged, this, &ImageSidebarView::refreshCells);
-    connect(&m_viewModel, &VideoEditorViewModel::selectedImageIndexChanged, this,
-            &ImageSidebarView::refreshCells);
+    // The list follows the selection, which playback moves along with the page on screen.
+    connect(&m_viewModel, &VideoEditorViewModel::selectedImageIndexChanged, this, [this] {
+        refreshCells();
+        revealSelectedThumbnail();
+    });
     connect(&m_viewModel, &VideoEditorViewModel::selectedImageIndicesChanged, this, [this] {
         refreshCells();
         refreshHeader();
@@ -229,7 +232,7 @@ void ImageSidebarView::refreshCells()
         cell->hide();
         cell->deleteLater();
     }
-    const double width = kBaseThumbnailWidth * m_thumbnailScale;
+    const double width = thumbnailWidth();
     const std::set<int>& multi = m_viewModel.selectedImageIndices();
     const std::optional<int> selected = m_viewModel.selectedImageIndex();
     for (size_t i = 0; i < images.size(); ++i) {
@@ -245,6 +248,27 @@ void ImageSidebarView::refreshCells()
         m_cellLayout->insertWidget(static_cast<int>(i), cell, 0, Qt::AlignHCenter);
         m_cells.push_back(cell);
     }
+}
+
+double ImageSidebarView::thumbnailWidth() const
+{
+    // The zoom sets the size, but a cell never needs a sideways scroll in a narrow sidebar:
+    // the cell's own margins and the list's are taken off the visible width.
+    const double available = m_scrollArea->viewport()->width() - 2.0 * 8.0 - 2.0 * 6.0;
+    return std::max(60.0, std::min(kBaseThumbnailWidth * m_thumbnailScale, available));
+}
+
+void ImageSidebarView::revealSelectedThumbnail()
+{
+    const std::optional<int> selected = m_viewModel.selectedImageIndex();
+    if (selected && *selected >= 0 && static_cast<size_t>(*selected) < m_cells.size())
+        m_scrollArea->ensureWidgetVisible(m_cells[static_cast<size_t>(*selected)], 0, 10);
+}
+
+void ImageSidebarView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    refreshCells();
 }
 
 void ImageSidebarView::setDraggingOver(bool over)

@@ -51,6 +51,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
@@ -58,6 +59,8 @@ protected:
 
 private:
     void importFile(const QString& path);
+    double thumbnailWidth() const;
+    void revealSelectedThumbnail();
     void refreshCells();
     void refreshHeader();
     void setDraggingOver(bool over);

@@ -14,6 +14,8 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -355,4 +357,29 @@ TEST(ImageSidebarRecordingTest, ClickWhileNotRecordingOnlySelects)
     QTest::mouseClick(sidebar.thumbnails()[1], Qt::LeftButton, Qt::NoModifier, QPoint(20, 20));
     EXPECT_EQ(editor.selectedImageIndex(), 1);
     EXPECT_EQ(playback.pageOfFrame(0), std::nullopt);
+}
+
+TEST_F(ImageSidebarViewTest, ThumbnailsFitANarrowSidebar)
+{
+    setPages(2);
+    sidebar.resize(220, 600);
+    drainEvents();
+    auto* list = sidebar.findChild<QScrollArea*>(QStringLiteral("thumbnailList"));
+    auto* picture = cell(0)->findChild<QLabel*>(QStringLiteral("thumbnailPicture"));
+    EXPECT_LT(picture->width() + 2 * 6, list->viewport()->width());
+}
+
+TEST_F(ImageSidebarViewTest, TheListScrollsToTheSelectedPage)
+{
+    setPages(10);
+    sidebar.resize(325, 400);
+    drainEvents();
+    auto* list = sidebar.findChild<QScrollArea*>(QStringLiteral("thumbnailList"));
+    ASSERT_EQ(list->verticalScrollBar()->value(), 0);
+    editor.setSelectedImageIndex(9);
+    drainEvents();
+    EXPECT_GT(list->verticalScrollBar()->value(), 0);
+    const QRect shown = list->viewport()->rect();
+    const QRect cellArea(cell(9)->mapTo(list->viewport(), QPoint(0, 0)), cell(9)->size());
+    EXPECT_TRUE(shown.intersects(cellArea));
 }
