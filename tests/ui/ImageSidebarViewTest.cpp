@@ -314,6 +314,9 @@ TEST_F(ImageSidebarViewTest, BackgroundControlSetsTheFillColourAndRecoloursTheFr
     editor.getFrameManager().ensureFrameCount(1.0, VideoEditorViewModel::FPS);
     auto* button = sidebar.findChild<QPushButton*>(QStringLiteral("fillColorButton"));
     ASSERT_NE(button, nullptr);
+    EXPECT_EQ(sidebar.findChild<QLabel*>(QStringLiteral("fillColorLabel"))->text(),
+              QStringLiteral("Háttér:"));
+    EXPECT_EQ(sidebar.findChild<QLabel*>(QStringLiteral("sidebarTitle"))->text(), QStringLiteral("Képek"));
     QTest::mouseClick(button, Qt::LeftButton);
     auto* dialog = sidebar.findChild<QColorDialog*>(QStringLiteral("fillColorDialog"));
     ASSERT_NE(dialog, nullptr);
