@@ -1,0 +1,197 @@
+#include "ui/AudioSettingsSheet.h"
+
+#include "editor/VideoEditorViewModel.h"
+#include "support/ScriptedDialogs.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+EditorEnvironment environmentWith(Dialogs* dialogs)
+{
+    EditorEnvironment environment;
+    environment.dialogs = dialogs;
+    return environment;
+}
+
+class AudioSettingsSheetTest : public ::testing::Test {
+protected:
+    AudioSettingsSheetTest()
+        : editor(environmentWith(&dialogs))
+    {
+        editor.setShowAudioSettings(true);
+        sheet = new AudioSettingsSheet(editor);
+        sheet->open();
+    }
+    ~AudioSettingsSheetTest() override { delete sheet; }
+
+    template <typename T>
+    T* child(const char* name)
+    {
+        T* found = sheet->findChild<T*>(QString::fromLatin1(name));
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    QString text(const char* name) { return child<QLabel>(name)->text(); }
+    bool shown(const char* name) { return child<QLabel>(name)->isVisibleTo(sheet); }
+    QStringList allTexts()
+    {
+        QStringList texts;
+        for (QLabel* label : sheet->findChildren<QLabel*>())
+            texts << label->text();
+        return texts;
+    }
+
+    ScriptedDialogs dialogs;
+    VideoEditorViewModel editor;
+    AudioSettingsSheet* sheet = nullptr;
+};
+
+} // namespace
+
+TEST_F(AudioSettingsSheetTest, ShowsItsTextsAndTheCurrentSettings)
+{
+    EXPECT_TRUE(sheet->isModal());
+    const QStringList texts = allTexts();
+    for (const char* expected :
+         {"Hangsáv beállítások", "Csend időtartamok", "Kezdő csend (borítókép)", "Vég csend (felirat)",
+          "Képek közötti átmenet (fade)",
+          "Az átmenet időtartama, ameddig az egyik kép fokozatosan átúszik a másikba.", "Hangerő erősítés",
+          "100% = eredeti hangerő. A YouTube ajánlott szintje kb -14 LUFS.", "25%", "1000%",
+          "YouTube-hoz képest:", "Eredeti", "Erősítve", "YouTube cél", "-16.0 dB",
+          "Az alkalmazás gomb megnyomásával a hangsáv újra fog töltődni és az összes oldal hozzárendelés "
+          "törlődni "
+          "fog!"})
+        EXPECT_TRUE(texts.contains(QString::fromUtf8(expected))) << expected;
+    // The defaults: 3 s and 5 s of silence, a half-second fade, no boost.
+    EXPECT_EQ(text("startSilenceValue"), QStringLiteral("3.0 mp"));
+    EXPECT_EQ(text("endSilenceValue"), QStringLiteral("5.0 mp"));
+    EXPECT_EQ(text("transitionValue"), QStringLiteral("0.5 mp"));
+    EXPECT_EQ(text("volumeBoostValue"), QStringLiteral("100%"));
+    EXPECT_EQ(child<QPushButton>("cancelButton")->text(), QStringLiteral("Mégse"));
+    EXPECT_EQ(child<QPushButton>("applyButton")->text(), QStringLiteral("Alkalmaz"));
+}
+
+TEST_F(AudioSettingsSheetTest, WithNoAudioTheVerdictReadsNincsAudioInGrayAndTheValuesAreAbsent)
+{
+    EXPECT_EQ(text("loudnessVerdict"), QStringLiteral("Nincs audio"));
+    EXPECT_EQ(child<QLabel>("loudnessVerdict")->palette().color(QPalette::WindowText),
+              editor.youtubeLoudnessInfo().color);
+    const QColor gray = child<QLabel>("loudnessVerdict")->palette().color(QPalette::WindowText);
+    EXPECT_TRUE(gray.red() == gray.green() && gray.green() == gray.blue() && gray.red() > 60 &&
+                gray.red() < 200)
+            << gray.name().toStdString();
+    EXPECT_FALSE(shown("originalLoudnessValue"));
+    EXPECT_FALSE(shown("boostedLoudnessValue"));
+    EXPECT_TRUE(text("originalLoudnessValue").isEmpty());
+    EXPECT_TRUE(text("boostedLoudnessValue").isEmpty());
+    EXPECT_EQ(text("youtubeTargetValue"), QStringLiteral("-16.0 dB"));
+}
+
+TEST_F(AudioSettingsSheetTest, MovingTheBoostFrom100To200RaisesBoostedBySixDbBeforeApplying)
+{
+    editor.setAudioLoudnessDB(-20.0);
+    EXPECT_EQ(text("originalLoudnessValue"), QStringLiteral("-20.0 dB"));
+    EXPECT_EQ(text("boostedLoudnessValue"), QStringLiteral("-20.0 dB"));
+    EXPECT_EQ(text("loudnessVerdict"), QStringLiteral("Kicsit halk (-4.0 dB)"));
+    QSignalSpy applied(sheet, &AudioSettingsSheet::applyRequested);
+
+    auto* boost = child<QSlider>("volumeBoostSlider");
+    boost->setFocus();
+    // Page steps of 25 % from the keyboard, as a user would move it.
+    for (int i = 0; i < 4; ++i)
+        QTest::keyClick(boost, Qt::Key_PageUp);
+    EXPECT_EQ(boost->value(), 200);
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 200.0);
+    EXPECT_EQ(text("volumeBoostValue"), QStringLiteral("200%"));
+    EXPECT_EQ(text("originalLoudnessValue"), QStringLiteral("-20.0 dB"));
+    EXPECT_EQ(text("boostedLoudnessValue"), QStringLiteral("-14.0 dB"));
+    EXPECT_NEAR(*editor.boostedLoudnessDB() - -20.0, 6.02, 0.01);
+    EXPECT_EQ(text("loudnessVerdict"), QStringLiteral("Jó! YouTube szint (+2.0 dB)"));
+    EXPECT_EQ(child<QLabel>("loudnessVerdict")->palette().color(QPalette::WindowText),
+              editor.youtubeLoudnessInfo().color);
+    EXPECT_EQ(applied.count(), 0);
+}
+
+TEST_F(AudioSettingsSheetTest, BoostSliderSpansTwentyFiveToOneThousandPercent)
+{
+    auto* boost = child<QSlider>("volumeBoostSlider");
+    boost->setValue(boost->minimum());
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 25.0);
+    boost->setValue(boost->maximum());
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 1000.0);
+    EXPECT_EQ(text("volumeBoostValue"), QStringLiteral("1000%"));
+}
+
+TEST_F(AudioSettingsSheetTest, SilenceSlidersMoveInHalfSecondsFromZeroToTen)
+{
+    auto* start = child<QSlider>("startSilenceSlider");
+    auto* end = child<QSlider>("endSilenceSlider");
+    start->setValue(start->minimum());
+    EXPECT_DOUBLE_EQ(editor.startSilenceDuration(), 0.0);
+    start->setValue(start->minimum() + start->singleStep());
+    EXPECT_DOUBLE_EQ(editor.startSilenceDuration(), 0.5);
+    EXPECT_EQ(text("startSilenceValue"), QStringLiteral("0.5 mp"));
+    end->setValue(end->maximum());
+    EXPECT_DOUBLE_EQ(editor.endSilenceDuration(), 10.0);
+    EXPECT_EQ(text("endSilenceValue"), QStringLiteral("10.0 mp"));
+}
+
+TEST_F(AudioSettingsSheetTest, FadeSliderShowsKiAtZeroAndMovesInTenths)
+{
+    auto* fade = child<QSlider>("transitionSlider");
+    fade->setValue(0);
+    EXPECT_DOUBLE_EQ(editor.transitionDuration(), 0.0);
+    EXPECT_EQ(text("transitionValue"), QStringLiteral("Ki"));
+    fade->setValue(fade->singleStep());
+    EXPECT_DOUBLE_EQ(editor.transitionDuration(), 0.1);
+    EXPECT_EQ(text("transitionValue"), QStringLiteral("0.1 mp"));
+    fade->setValue(fade->maximum());
+    EXPECT_DOUBLE_EQ(editor.transitionDuration(), 3.0);
+    EXPECT_EQ(text("transitionValue"), QStringLiteral("3.0 mp"));
+}
+
+TEST_F(AudioSettingsSheetTest, AlkalmazWithUnchangedSettingsStillRequestsTheReloadAndCloses)
+{
+    QSignalSpy applied(sheet, &AudioSettingsSheet::applyRequested);
+    QTest::mouseClick(child<QPushButton>("applyButton"), Qt::LeftButton);
+    EXPECT_EQ(applied.count(), 1);
+    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_EQ(sheet->result(), QDialog::Accepted);
+    EXPECT_FALSE(editor.showAudioSettings());
+}
+
+TEST_F(AudioSettingsSheetTest, MegseClosesWithoutReloadingAndSliderChangesStay)
+{
+    QSignalSpy applied(sheet, &AudioSettingsSheet::applyRequested);
+    child<QSlider>("startSilenceSlider")->setValue(8);
+    EXPECT_DOUBLE_EQ(editor.startSilenceDuration(), 4.0);
+    QTest::mouseClick(child<QPushButton>("cancelButton"), Qt::LeftButton);
+    EXPECT_EQ(applied.count(), 0);
+    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_FALSE(editor.showAudioSettings());
+    EXPECT_DOUBLE_EQ(editor.startSilenceDuration(), 4.0);
+}
+
+TEST_F(AudioSettingsSheetTest, CloseButtonDismissesWithoutReloading)
+{
+    QSignalSpy applied(sheet, &AudioSettingsSheet::applyRequested);
+    QTest::mouseClick(child<QToolButton>("closeButton"), Qt::LeftButton);
+    EXPECT_EQ(applied.count(), 0);
+    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_FALSE(editor.showAudioSettings());
+}
+
+TEST_F(AudioSettingsSheetTest, FollowsSettingsChangedElsewhere)
+{
+    editor.setEndSilenceDuration(2.5);
+    EXPECT_EQ(child<QSlider>("endSilenceSlider")->value(), 5);
+    EXPECT_EQ(text("endSilenceValue"), QStringLiteral("2.5 mp"));
+}
