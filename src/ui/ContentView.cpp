@@ -4,10 +4,12 @@
 #include "app/AppDelegate.h"
 #include "editor/VideoEditorViewModel.h"
 #include "ui/ControlButtons.h"
+#include "ui/ImageSidebarView.h"
 #include "ui/ProgressOverlay.h"
 #include "ui/ResizableSplitView.h"
 #include "ui/VideoPreviewCanvas.h"
 #include "ui/VideoPreviewOverlay.h"
+#include "ui/WaveformView.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -50,25 +52,17 @@ ContentView::ContentView(EditorEnvironment environment, AppDelegate* delegate, Q
 
 ContentView::~ContentView() = default;
 
-// The page sidebar's place. PENDING MERGE (sidebar): the lead swaps this for the real
-// ImageSidebarView(*m_viewModel) here; nothing else refers to the placeholder.
 QWidget* ContentView::makeSidebarPane()
 {
-    auto* placeholder = new QLabel(QStringLiteral("Oldalak"));
-    placeholder->setObjectName(QStringLiteral("sidebarPlaceholder"));
-    placeholder->setAlignment(Qt::AlignCenter);
-    return placeholder;
+    return new ImageSidebarView(*m_viewModel, *m_viewModel->environment().dialogs);
 }
 
-// The waveform's place under the preview. PENDING MERGE (waveform): the lead swaps this for
-// the real WaveformView(*m_viewModel) here.
+// The waveform strip also presents the audio settings sheet while showAudioSettings is set.
 QWidget* ContentView::makeWaveformPane()
 {
-    auto* placeholder = new QLabel(QStringLiteral("Hullámforma"));
-    placeholder->setObjectName(QStringLiteral("waveformPlaceholder"));
-    placeholder->setAlignment(Qt::AlignCenter);
-    placeholder->setFixedHeight(120);
-    return placeholder;
+    auto* waveform = new WaveformView(*m_viewModel, *m_viewModel->environment().dialogs);
+    m_waveform = waveform;
+    return waveform;
 }
 
 QWidget* ContentView::makeRightPane()

@@ -11,6 +11,7 @@
 class AppCommands;
 class AppDelegate;
 class ControlButtons;
+class WaveformView;
 class ProgressOverlay;
 class ResizableSplitView;
 class VideoEditorViewModel;
@@ -54,5 +55,6 @@ private:
     VideoPreviewCanvas* m_canvas = nullptr;
     VideoPreviewOverlay* m_overlay = nullptr;
     ControlButtons* m_controls = nullptr;
+    WaveformView* m_waveform = nullptr;
     ProgressOverlay* m_progressOverlay = nullptr;
 };

@@ -38,7 +38,7 @@ TEST(ContentViewTest, LayoutHasItsPanesAndMinimumSize)
     auto* split = fixture.find<ResizableSplitView>(QStringLiteral("resizableSplitView"));
     ASSERT_NE(split, nullptr);
     EXPECT_EQ(split->leftWidth(), 325);
-    auto* sidebar = fixture.find<QWidget>(QStringLiteral("sidebarPlaceholder"));
+    auto* sidebar = fixture.find<QWidget>(QStringLiteral("imageSidebar"));
     ASSERT_NE(sidebar, nullptr);
     EXPECT_EQ(sidebar->width(), 325);
     auto* divider = fixture.find<DividerHandle>(QStringLiteral("dividerHandle"));
@@ -47,7 +47,7 @@ TEST(ContentViewTest, LayoutHasItsPanesAndMinimumSize)
     EXPECT_EQ(divider->height(), split->height());
     EXPECT_EQ(split->rightPane()->x(), 331);
     EXPECT_EQ(split->rightPane()->width(), split->width() - 331);
-    EXPECT_NE(fixture.find<QWidget>(QStringLiteral("waveformPlaceholder")), nullptr);
+    EXPECT_NE(fixture.find<QWidget>(QStringLiteral("waveformView")), nullptr);
     EXPECT_NE(fixture.find<QWidget>(QStringLiteral("controlButtons")), nullptr);
 }
 
@@ -61,7 +61,7 @@ TEST(ContentViewTest, DraggingTheDividerFarLeftStopsAt220AndFarRightAt420)
     EXPECT_EQ(split->leftWidth(), 375);
     dragDivider(divider, -600);
     EXPECT_EQ(split->leftWidth(), 220);
-    EXPECT_EQ(fixture.find<QWidget>(QStringLiteral("sidebarPlaceholder"))->width(), 220);
+    EXPECT_EQ(fixture.find<QWidget>(QStringLiteral("imageSidebar"))->width(), 220);
     dragDivider(divider, 900);
     EXPECT_EQ(split->leftWidth(), 420);
     EXPECT_EQ(divider->x(), 420);
