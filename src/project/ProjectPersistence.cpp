@@ -42,6 +42,20 @@ std::optional<QByteArray> readFile(const QString& path)
     return bytes;
 }
 
+// Unbuffered, so that a write the disk cut short is seen here: through a buffer, a partly
+// written flush would pass for success and a truncated file would replace the good one.
+bool writeAll(QSaveFile& file, const QByteArray& bytes)
+{
+    qint64 done = 0;
+    while (done < bytes.size()) {
+        const qint64 written = file.write(bytes.constData() + done, bytes.size() - done);
+        if (written <= 0)
+            return false;
+        done += written;
+    }
+    return true;
+}
+
 std::optional<ProjectJSON> readProjectFile(const QString& path)
 {
     const std::optional<QByteArray> bytes = readFile(path);
@@ -105,9 +119,8 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
     // Written beside the destination and renamed over it only when complete: a crash or a
     // full disk in the middle leaves the previous file whole.
     QSaveFile file(destURL);
-    const bool written =
-            file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-    if (!written) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || !writeAll(file, bytes) ||
+        !file.commit()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         logLine(QStringLiteral("[Save] Hiba: ") + reason);

@@ -24,6 +24,9 @@ using ProjectFixtures::writeFile;
 
 namespace {
 
+ImagePathInfo pathInfo(const QString& path, std::optional<int> pageNumber = std::nullopt,
+                       std::optional<int> pairedPageNumber = std::nullopt);
+
 class ProjectPersistence : public ::testing::Test {
 protected:
     ProjectEditor project;
@@ -41,8 +44,8 @@ protected:
     ProjectJSON twoPictureProject()
     {
         ProjectJSON document;
-        document.imagePaths = {{project.writePng(QStringLiteral("p1.png"), 40, 30, Qt::red)},
-                               {project.writePng(QStringLiteral("p2.png"), 30, 40, Qt::blue)}};
+        document.imagePaths = {pathInfo(project.writePng(QStringLiteral("p1.png"), 40, 30, Qt::red)),
+                               pathInfo(project.writePng(QStringLiteral("p2.png"), 30, 40, Qt::blue))};
         document.startSilence = 1.0;
         document.endSilence = 2.0;
         return document;
@@ -82,6 +85,12 @@ protected:
         EXPECT_EQ(editor.selectedImageIndex(), 1);
     }
 };
+
+ImagePathInfo pathInfo(const QString& path, std::optional<int> pageNumber,
+                       std::optional<int> pairedPageNumber)
+{
+    return ImagePathInfo{path, pageNumber, pairedPageNumber};
+}
 
 QByteArray replaced(QByteArray text, const QString& from, const QString& to)
 {
@@ -272,6 +281,8 @@ TEST_F(ProjectPersistence, FilesThatAreNotProjectsChangeNothing)
     ProjectJSON wrong = twoPictureProject();
     QByteArray missingKey = encodeProject(wrong);
     missingKey.replace("\"startSilence\"", "\"startSilenceX\"");
+    ProjectJSON oneFrameProject;
+    oneFrameProject.frames = {FrameJSON{7, 0, 0, 1, 1}};
     const std::vector<std::pair<QString, QByteArray>> files{
             {QStringLiteral("empty.vnk"), QByteArray()},
             {QStringLiteral("text.vnk"), QByteArrayLiteral("Ez nem JSON.")},
@@ -279,8 +290,8 @@ TEST_F(ProjectPersistence, FilesThatAreNotProjectsChangeNothing)
             {QStringLiteral("shape.vnk"), QByteArrayLiteral("{\"imagePaths\": {}, \"frames\": []}")},
             {QStringLiteral("missing.vnk"), missingKey},
             {QStringLiteral("hugeindex.vnk"),
-             replaced(encodeProject(ProjectJSON{std::nullopt, std::nullopt, {}, {FrameJSON{7, 0, 0, 1, 1}}}),
-                      QStringLiteral("\"imageIndex\": 7"), QStringLiteral("\"imageIndex\": 99999999999"))},
+             replaced(encodeProject(oneFrameProject), QStringLiteral("\"imageIndex\": 7"),
+                      QStringLiteral("\"imageIndex\": 99999999999"))},
             {QStringLiteral("truncated.vnk"), encodeProject(wrong).left(40)},
     };
     for (const auto& [name, bytes] : files) {
@@ -354,12 +365,10 @@ TEST_F(ProjectPersistence, PagesWhoseFilesAreMissingAreDropped)
     const QString pdf = file(QStringLiteral("two.pdf"));
     ASSERT_TRUE(PdfFixtures::writePdf(pdf, 2, QSizeF(100, 150)));
     ProjectJSON document = twoPictureProject();
-    document.imagePaths.insert(document.imagePaths.begin() + 1, {{file(QStringLiteral("gone.png"))},
-                                                                 {file(QStringLiteral("gone.pdf")), 1},
-                                                                 {pdf, 3},
-                                                                 {pdf, 2, 5},
-                                                                 {pdf},
-                                                                 {pdf, 2}});
+    document.imagePaths.insert(document.imagePaths.begin() + 1,
+                               {pathInfo(file(QStringLiteral("gone.png"))),
+                                pathInfo(file(QStringLiteral("gone.pdf")), 1), pathInfo(pdf, 3),
+                                pathInfo(pdf, 2, 5), pathInfo(pdf), pathInfo(pdf, 2)});
     const QString path = writeProject(QStringLiteral("missing.vnk"), document);
     LogCapture log;
     editor.loadProjectJSON(path);
@@ -740,8 +749,9 @@ TEST_F(ProjectPersistence, RoundTripRestoresTheSameProject)
         EXPECT_EQ(after.bgImageWidth, before.bgImageWidth) << frame;
         EXPECT_EQ(after.bgImageHeight, before.bgImageHeight) << frame;
         EXPECT_EQ(after.bgImage.has_value(), before.bgImage.has_value()) << frame;
-        if (after.bgImage && before.bgImage)
+        if (after.bgImage && before.bgImage) {
             EXPECT_EQ(*after.bgImage, *before.bgImage) << frame;
+        }
         EXPECT_EQ(after.bgColor.rgba64(), before.bgColor.rgba64()) << frame;
         EXPECT_EQ(after.audioDatas, before.audioDatas) << frame;
     }
