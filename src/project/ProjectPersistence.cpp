@@ -164,8 +164,11 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     const auto project = std::make_shared<const ProjectJSON>(std::move(*decoded));
     const uint64_t generation = ++m_projectGeneration;
 
-    // The old project goes: playback, pages, recording, position, waveform and frames.
+    // The old project goes: playback, pages, recording, position, waveform and frames. A
+    // recording in progress ends too: it would write the old pages into the new frames.
     pause();
+    if (m_isRecording)
+        setIsRecording(false);
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);

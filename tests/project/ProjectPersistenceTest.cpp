@@ -768,3 +768,17 @@ TEST_F(ProjectPersistence, RoundTripRestoresTheSameProject)
     ASSERT_TRUE(editor.saveProjectToFileSync(second));
     EXPECT_EQ(readFile(second), replaced(first, firstAudio, secondAudio));
 }
+
+TEST_F(ProjectPersistence, LoadingEndsARecordingInProgress)
+{
+    ASSERT_TRUE(project.loadAudioAndWait(project.writeTone(QStringLiteral("tone.wav"), 0.2)));
+    populate();
+    editor.startRecording();
+    ASSERT_TRUE(editor.isRecording());
+    editor.loadProjectJSON(writeProject(QStringLiteral("other.vnk"), twoPictureProject()));
+    EXPECT_FALSE(editor.isRecording());
+    EXPECT_FALSE(editor.isPlaying());
+    EXPECT_EQ(editor.audioPlayer(), nullptr);
+    EXPECT_EQ(editor.getFrameManager().getFrameCount(), 0);
+    EXPECT_TRUE(editor.selectedImageIndices().empty());
+}
