@@ -58,6 +58,7 @@ void postFailure(const std::shared_ptr<RunState>& state, const QString& logPrefi
         state->failed = true;
         editor.setIsLoadingAudio(false);
         logLine(logPrefix + error);
+        emit editor.audioLoadFinished(false);
     });
 }
 
@@ -153,6 +154,7 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
             state->failed = true;
             target.setIsLoadingAudio(false);
             logLine(hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni"));
+            emit target.audioLoadFinished(false);
             return;
         }
         state->duration = player->duration();
@@ -186,6 +188,8 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
     post(state, [state, hooks](VideoEditorViewModel& target) {
         if (hooks.finished)
             hooks.finished(target, state->duration);
+        // Last, so that whoever waits for the end sees the state the hook left.
+        emit target.audioLoadFinished(true);
     });
 }
 

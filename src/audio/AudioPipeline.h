@@ -31,6 +31,9 @@ struct AudioPipelineHooks {
     std::function<void(VideoEditorViewModel& editor, double duration)> finished;
 };
 
+// Every run ends with the editor's audioLoadFinished() on the main thread: true after
+// `finished`, false after the failure line.
+
 // Starts the work on the global thread pool and returns at once. The editor is held weakly:
 // if it is gone when a step arrives, the step is dropped. Called on the main thread.
 void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest request, AudioPipelineHooks hooks);

@@ -183,7 +183,15 @@ void VideoEditorViewModel::announceChange()
 
 void VideoEditorViewModel::scheduleAutoSave()
 {
-    // Project files are not written yet; the hook exists so that every content change
-    // already ends in it.
     emit autoSaveScheduled();
+    // A debounce: every request pushes the autosave two seconds further, so a burst of
+    // edits is saved once, two seconds after the last of them.
+    if (!m_autoSaveTimer) {
+        m_autoSaveTimer = std::make_unique<QTimer>();
+        m_autoSaveTimer->setSingleShot(true);
+        m_autoSaveTimer->setTimerType(Qt::PreciseTimer);
+        m_autoSaveTimer->setInterval(2000);
+        connect(m_autoSaveTimer.get(), &QTimer::timeout, this, [this] { autoSaveProject(); });
+    }
+    m_autoSaveTimer->start();
 }

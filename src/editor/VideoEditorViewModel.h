@@ -144,6 +144,9 @@ public:
     void scheduleAutoSave();
 
     // ---- Audio ----
+    // Renders the recording again from the user's file with the current silences and boost,
+    // and copies the page assignments by the change of the start silence, in frames.
+    void reloadAudioWithNewSilence();
     // Loads a recording: measures its loudness, renders the silences and the boost into a
     // temporary WAV (audioURL), makes the player, the waveform and the frames' slices. Returns
     // at once; the work runs on the thread pool and every change arrives on the main thread.
@@ -277,6 +280,35 @@ public:
                          std::function<void(bool)> completion);
 
     // ---- Project files ----
+    // Asks for a destination ("project.vnk" proposed) and writes the project there, with the
+    // saving overlay shown meanwhile. Every save asks: no current project file is remembered.
+    void saveProject();
+    void saveProjectAs();
+    // Writes the project file atomically (beside, then renamed over the destination), so a
+    // failed write leaves the previous file as it was. Logs the outcome; true on success.
+    bool saveProjectToFileSync(const QString& destURL);
+    // Asks for a project file and loads it.
+    void loadProjectDialog();
+    // Loads the file when it reads as a project; otherwise logs and changes nothing.
+    void loadProject(const QString& url);
+    // When the page assignments of the file are put back into the frames: a fixed second
+    // after the audio load starts (the window), or as soon as it has finished (the command line).
+    enum class FrameRestore { afterFixedDelay, whenAudioLoaded };
+    // Replaces the project with the file's: settings, pages rebuilt from their files, the
+    // recording loaded again from the user's own file, then the frames restored. A file that
+    // cannot be read or decoded changes nothing. Ends with projectLoadFinished().
+    void loadProjectJSON(const QString& url, FrameRestore restore = FrameRestore::afterFixedDelay);
+    // Puts the file's page assignments and rectangles into the frames the store has now,
+    // seeks to the saved position and logs the completion line.
+    void restoreProjectFrames(const struct ProjectJSON& project);
+    // Empties the page list and the recording; the settings stay.
+    void newProject();
+    // "autosave.vnk" in the program's per-user data folder, which is created when asked for.
+    QString getAutoSavePath() const;
+    // Saves to the autosave location, unless the project has neither audio nor pages.
+    void autoSaveProject();
+    // Loads the autosave file when there is one.
+    void autoLoadProject();
 
     // ---- Application shell ----
     // The settings menu item: only writes its log line (the audio settings have their own button).
@@ -312,6 +344,11 @@ signals:
     void exportFPSChanged();
     void fillColorChanged();
     void videoFormatChanged();
+    // A load or reload of the recording has ended (on the main thread), successfully or not.
+    void audioLoadFinished(bool succeeded);
+    // A project load has ended: false when the file could not be read, true once the pages,
+    // settings and, with a recording, the frames are in place.
+    void projectLoadFinished(bool succeeded);
 
 private:
     // ---- Audio (private) ----
@@ -329,6 +366,9 @@ private:
     // ---- Rendering and export (private) ----
 
     // ---- Project files (private) ----
+    // Counts project loads and new projects, so that a frame restore still pending from an
+    // earlier load never writes into the project that replaced it.
+    uint64_t m_projectGeneration = 0;
 
     // ---- Application shell (private) ----
 

@@ -1,0 +1,47 @@
+// The pieces of the project file that map one to one onto editor state: the frame records,
+// the colour, the settings with their defaults for older files, the audio to load. Pure
+// functions on plain values, any thread; the editor's persistence members apply the results.
+#pragma once
+
+#include "editor/Frames.h"
+#include "editor/ImageItem.h"
+#include "editor/VideoFormat.h"
+#include "project/ProjectFormat.h"
+
+#include <QColor>
+
+#include <optional>
+#include <vector>
+
+// One entry per frame of the store, in frame order: its page index and its rectangle.
+std::vector<FrameJSON> framesToJSON(const Frames& frames);
+
+// One entry per page, in list order: its file and its PDF page numbers.
+std::vector<ImagePathInfo> imagePathsToJSON(const std::vector<ImageItem>& images);
+
+// Writes the three colour members from the colour in sRGB.
+void putFillColor(ProjectJSON& project, const QColor& color);
+
+// The settings a loaded file gives the editor. Members the file lacks take the defaults of
+// older files (transition 0.5 s, boost 100); format and colour stay none when the file has
+// no usable value, and the editor then keeps its own.
+struct ProjectSettings {
+    double startSilence = 0.0;
+    double endSilence = 0.0;
+    double transitionDuration = 0.5;
+    double volumeBoost = 100.0;
+    std::optional<VideoFormat> videoFormat;
+    std::optional<QColor> fillColor;
+};
+ProjectSettings projectSettings(const ProjectJSON& project);
+
+// The recording to load: the user's own file when the project names it, so that the
+// silences are rendered afresh from it instead of being added to an already rendered file.
+std::optional<QString> projectAudioPath(const ProjectJSON& project);
+
+// Writes the file's page indices and rectangles into the frames the store has now (entries
+// past its end are skipped) and gives each frame the picture of its page. A page index that
+// names no page keeps the index but no picture; a negative one is dropped, since it can
+// never name a page. Returns how many frames were written.
+int64_t restoreFrames(Frames& frames, const std::vector<FrameJSON>& entries,
+                      const std::vector<ImageItem>& images);
