@@ -34,9 +34,7 @@ void AppDelegate::fillAvailableScreen(QWidget* window)
 
 void AppDelegate::applicationWillTerminate()
 {
-    if (m_viewModel) {
-        // PENDING MERGE (project files): call the final autosave here:
-        //     m_viewModel->autoSaveProject();
-    }
+    if (m_viewModel)
+        m_viewModel->autoSaveProject();
     emit terminating();
 }

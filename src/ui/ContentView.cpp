@@ -61,6 +61,8 @@ QWidget* ContentView::makeSidebarPane()
 QWidget* ContentView::makeWaveformPane()
 {
     auto* waveform = new WaveformView(*m_viewModel, *m_viewModel->environment().dialogs);
+    connect(waveform, &WaveformView::applyAudioSettingsRequested, m_viewModel,
+            &VideoEditorViewModel::reloadAudioWithNewSilence);
     m_waveform = waveform;
     return waveform;
 }
@@ -106,22 +108,18 @@ void ContentView::connectCommands(const AppCommands& commands)
     connect(&commands, &AppCommands::togglePlayback, editor, &VideoEditorViewModel::togglePlayback);
 }
 
-// PENDING MERGE (project files): the four project commands reach the editor here. Still to
-// connect, once the editor has them:
-//     connect(&commands, &AppCommands::newProject, m_viewModel, &VideoEditorViewModel::newProject);
-//     connect(&commands, &AppCommands::saveProject, m_viewModel, &VideoEditorViewModel::saveProject);
-//     connect(&commands, &AppCommands::saveProjectAs, m_viewModel, &VideoEditorViewModel::saveProjectAs);
-//     connect(&commands, &AppCommands::loadProject, m_viewModel, &VideoEditorViewModel::loadProjectDialog);
 void ContentView::connectProjectCommands(const AppCommands& commands)
 {
-    Q_UNUSED(commands);
+    connect(&commands, &AppCommands::newProject, m_viewModel, &VideoEditorViewModel::newProject);
+    connect(&commands, &AppCommands::saveProject, m_viewModel, &VideoEditorViewModel::saveProject);
+    connect(&commands, &AppCommands::saveProjectAs, m_viewModel, &VideoEditorViewModel::saveProjectAs);
+    connect(&commands, &AppCommands::loadProject, m_viewModel, &VideoEditorViewModel::loadProjectDialog);
 }
 
-// PENDING MERGE (project files): load the autosave here:
-//     m_viewModel->autoLoadProject();
 void ContentView::autoLoadProject()
 {
     emit autoLoadStarted();
+    m_viewModel->autoLoadProject();
 }
 
 void ContentView::showEvent(QShowEvent* event)

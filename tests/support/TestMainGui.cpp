@@ -2,12 +2,19 @@
 // platform, so images, painting, PDFs, timers and queued calls work as in the program.
 #include <QGuiApplication>
 
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 int main(int argc, char* argv[])
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // The per-user folders point into a folder of this run, so no test can read or write the
+    // user's own autosave, whatever environment it builds.
+    QTemporaryDir userFolders;
+    for (const char* variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+        qputenv(variable, userFolders.filePath(QString::fromLatin1(variable)).toLocal8Bit());
     ::testing::InitGoogleTest(&argc, argv);
     // Qt starts threads of its own; a re-executed child is the safe way to test a fatal stop.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
