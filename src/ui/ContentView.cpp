@@ -119,7 +119,10 @@ void ContentView::connectProjectCommands(const AppCommands& commands)
 void ContentView::autoLoadProject()
 {
     emit autoLoadStarted();
-    m_viewModel->autoLoadProject();
+    if (m_projectToOpen.isEmpty())
+        m_viewModel->autoLoadProject();
+    else
+        m_viewModel->loadProject(m_projectToOpen);
 }
 
 void ContentView::showEvent(QShowEvent* event)

@@ -29,6 +29,10 @@ public:
     VideoEditorViewModel& viewModel() const { return *m_viewModel; }
     bool didAutoLoad() const { return m_didAutoLoad; }
 
+    // A project file to open when the view first appears, instead of the autosave (the
+    // program was started with a project file).
+    void setProjectToOpen(const QString& path) { m_projectToOpen = path; }
+
     // Turns every menu command into its editor call.
     void connectCommands(const AppCommands& commands);
 
@@ -51,6 +55,7 @@ private:
     VideoEditorViewModel* m_viewModel;
     AppDelegate* m_delegate;
     bool m_didAutoLoad = false;
+    QString m_projectToOpen;
     ResizableSplitView* m_splitView = nullptr;
     VideoPreviewCanvas* m_canvas = nullptr;
     VideoPreviewOverlay* m_overlay = nullptr;

@@ -1,0 +1,125 @@
+#include "app/ExportRunner.h"
+
+#include "app/StderrDialogs.h"
+#include "audio/ClockAudioPlayer.h"
+#include "editor/VideoEditorViewModel.h"
+#include "project/DemoProject.h"
+#include "project/ProjectFormat.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace {
+
+// Runs the event loop until `done` is true.
+void waitFor(const bool& done)
+{
+    while (!done)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+}
+
+// The percentage at the start of the progress text ("40%\n100/250 frame" gives 40).
+int percentOf(const QString& progressText)
+{
+    const qsizetype sign = progressText.indexOf(QLatin1Char('%'));
+    bool ok = false;
+    const int percent = sign > 0 ? progressText.left(sign).toInt(&ok) : 0;
+    return ok ? percent : -1;
+}
+
+} // namespace
+
+int runExportMode(const CommandLineOptions& options)
+{
+    const QString projectPath = QFileInfo(options.projectPath).absoluteFilePath();
+    QFile file(projectPath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        printErrorLine(QStringLiteral("Hiba: a projektfájl nem nyitható meg: %1 (%2)")
+                               .arg(projectPath, file.errorString()));
+        return 1;
+    }
+    QString reason;
+    const std::optional<ProjectJSON> project = decodeProject(file.readAll(), &reason);
+    if (!project) {
+        printErrorLine(QStringLiteral("Hiba: a fájl nem olvasható Vornik projektként: %1 (%2)")
+                               .arg(projectPath, reason));
+        return 1;
+    }
+    const std::optional<QString> audioPath =
+            project->originalAudioPath ? project->originalAudioPath : project->audioPath;
+    if (!audioPath) {
+        printErrorLine(QStringLiteral("Hiba: a projektnek nincs hangfelvétele, így nincs mit exportálni: %1")
+                               .arg(projectPath));
+        return 1;
+    }
+    if (!QFileInfo(*audioPath).isFile()) {
+        printErrorLine(QStringLiteral("Hiba: a projekt hangfelvétele nem található: %1").arg(*audioPath));
+        return 1;
+    }
+
+    // The export never touches the user's autosave: the editor's data folder is a scratch one.
+    QTemporaryDir scratch;
+    StderrDialogs dialogs;
+    EditorEnvironment environment;
+    environment.dialogs = &dialogs;
+    environment.dataDirectory = scratch.path();
+    environment.audioPlayerFactory =
+            [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
+        return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
+    };
+    VideoEditorViewModel editor(environment);
+
+    bool audioLoaded = false;
+    bool projectLoaded = false;
+    QObject::connect(&editor, &VideoEditorViewModel::audioLoadFinished, &editor,
+                     [&audioLoaded](bool succeeded) { audioLoaded = succeeded; });
+    QObject::connect(&editor, &VideoEditorViewModel::projectLoadFinished, &editor,
+                     [&projectLoaded](bool) { projectLoaded = true; });
+    editor.loadProjectJSON(projectPath, VideoEditorViewModel::FrameRestore::whenAudioLoaded);
+    waitFor(projectLoaded);
+    if (!audioLoaded || !editor.audioURL()) {
+        printErrorLine(QStringLiteral("Hiba: a projekt hangfelvétele nem tölthető be: %1").arg(*audioPath));
+        return 1;
+    }
+
+    editor.setExportFPS(options.exportFps);
+    int lastReported = -1;
+    QObject::connect(&editor, &VideoEditorViewModel::savingProgressTextChanged, &editor, [&] {
+        const int percent = percentOf(editor.savingProgressText());
+        if (percent >= 0 && percent / 10 > lastReported / 10) {
+            lastReported = percent;
+            printErrorLine(QStringLiteral("Exportálás: %1%").arg(percent));
+        }
+    });
+    bool finished = false;
+    QObject::connect(&dialogs, &StderrDialogs::alertShown, &dialogs, [&finished] { finished = true; });
+    editor.exportVideoFile(QFileInfo(options.outputPath).absoluteFilePath());
+    waitFor(finished);
+    switch (dialogs.lastAlert()->style) {
+    case AlertStyle::informational:
+        return 0;
+    case AlertStyle::warning:
+        return 2;
+    case AlertStyle::critical:
+        return 1;
+    }
+    return 1;
+}
+
+int runDemoMode(const CommandLineOptions& options)
+{
+    QString error;
+    const std::optional<DemoProject> demo = writeDemoProject(options.demoDirectory, &error);
+    if (!demo) {
+        printErrorLine(QStringLiteral("Hiba: a bemutató projekt nem írható ide: %1 (%2)")
+                               .arg(options.demoDirectory, error));
+        return 1;
+    }
+    std::printf("%s\n", demo->projectPath.toLocal8Bit().constData());
+    return 0;
+}

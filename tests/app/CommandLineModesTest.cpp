@@ -1,0 +1,147 @@
+// The command-line modes of the real program, run as a separate process.
+#include "project/ProjectFormat.h"
+#include "support/VideoProbe.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace {
+
+struct ProcessRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+ProcessRun runVornik(const QStringList& arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY")); // the window-less modes need no display
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(VORNIK_EXECUTABLE), arguments);
+    if (!process.waitForFinished(240000))
+        return {};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+// Share of the pixels in a horizontal band of the frame that are clearly dark (ink).
+double inkIn(const QImage& frame, int top, int bottom)
+{
+    int ink = 0;
+    int all = 0;
+    for (int y = top; y < bottom; ++y) {
+        for (int x = 579; x < 579 + 763; x += 2) {
+            ink += qGray(frame.pixel(x, y)) < 128 ? 1 : 0;
+            ++all;
+        }
+    }
+    return double(ink) / all;
+}
+
+} // namespace
+
+TEST(CommandLineModes, DemoThenExportWritesAQuickTimeVideoWithSound)
+{
+    QTemporaryDir dir;
+    const ProcessRun demo = runVornik({QStringLiteral("--demo"), dir.filePath(QStringLiteral("demo"))});
+    ASSERT_EQ(demo.exitCode, 0) << demo.err.toStdString();
+    const QString projectPath = dir.filePath(QStringLiteral("demo/demo.vnk"));
+    EXPECT_EQ(demo.out.trimmed(), projectPath);
+
+    const QString video = dir.filePath(QStringLiteral("demo.mov"));
+    const ProcessRun exported = runVornik({QStringLiteral("--export"), projectPath, video});
+    ASSERT_EQ(exported.exitCode, 0) << exported.err.toStdString();
+    EXPECT_TRUE(exported.out.contains(QStringLiteral("[Export] VIDEÓ EXPORT KEZDÉS")));
+    EXPECT_TRUE(exported.out.contains(QStringLiteral("[Audio] Audio hozzáadva!")));
+    EXPECT_TRUE(exported.err.contains(QStringLiteral("Exportálás: 100%")));
+
+    const VideoProbe probe = probeVideo(video);
+    ASSERT_TRUE(probe.opened);
+    EXPECT_EQ(probe.majorBrand, QStringLiteral("qt  "));
+    EXPECT_EQ(probe.videoCodec, QStringLiteral("h264"));
+    EXPECT_EQ(probe.width, 1920);
+    EXPECT_EQ(probe.height, 1080);
+    EXPECT_EQ(probe.videoPackets, 1200); // 3 s + 4 x 8 s + 5 s at 30 frames per second
+    EXPECT_NEAR(probe.videoDuration, 40.0, 1e-6);
+    EXPECT_EQ(probe.audioCodec, QStringLiteral("aac"));
+    EXPECT_NEAR(probe.audioDuration, 40.0, 0.05);
+
+    // Each page shows once its fade-in (0.5 s, 15 frames) is complete: only the first page
+    // has the title above its staves; the others start with a staff higher up the sheet.
+    const std::map<int64_t, QImage> frames = decodeVideoFrames(video, {0, 345, 585, 825});
+    ASSERT_EQ(frames.size(), 4u);
+    const double titleInk = inkIn(frames.at(0), 75, 125);
+    EXPECT_GT(titleInk, 0.002);
+    for (int64_t frame : {345, 585, 825}) {
+        EXPECT_LT(inkIn(frames.at(frame), 75, 125), titleInk / 10) << frame;
+        EXPECT_GT(inkIn(frames.at(frame), 190, 235), 0.005) << frame; // the first staff
+    }
+    EXPECT_NE(frames.at(345), frames.at(585)); // different pages, different notes
+    EXPECT_NE(frames.at(585), frames.at(825));
+}
+
+TEST(CommandLineModes, ExportRateOptionStampsTheFramesAtThatRate)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    const QString video = dir.filePath(QStringLiteral("fast.mov"));
+    const ProcessRun exported =
+            runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")), video,
+                       QStringLiteral("--fps"), QStringLiteral("60")});
+    ASSERT_EQ(exported.exitCode, 0) << exported.err.toStdString();
+    const VideoProbe probe = probeVideo(video);
+    EXPECT_EQ(probe.videoPackets, 1200);
+    EXPECT_NEAR(probe.videoDuration, 20.0, 1e-6);
+}
+
+TEST(CommandLineModes, MissingProjectExitsWithOneAndAHungarianLine)
+{
+    QTemporaryDir dir;
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("nincs.vnk")),
+                                      dir.filePath(QStringLiteral("out.mov"))});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Hiba: a projektfájl nem nyitható meg")));
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out.mov"))));
+}
+
+TEST(CommandLineModes, ProjectWhoseRecordingIsGoneExitsWithOne)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    ASSERT_TRUE(QFile::remove(dir.filePath(QStringLiteral("demo_felvetel.wav"))));
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")),
+                                      dir.filePath(QStringLiteral("out.mov"))});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Hiba: a projekt hangfelvétele nem található")));
+}
+
+TEST(CommandLineModes, UnwritableDestinationExitsWithOneAndTheExportAlert)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    // Even root cannot create files under /proc.
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")),
+                                      QStringLiteral("/proc/vornik-test/out.mov")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Export hiba"))) << run.err.toStdString();
+}
+
+TEST(CommandLineModes, HelpVersionAndBadArguments)
+{
+    const ProcessRun help = runVornik({QStringLiteral("--help")});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.contains(QStringLiteral("Használat:")));
+    const ProcessRun version = runVornik({QStringLiteral("--version")});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out.trimmed(), QStringLiteral("Vornik 1.0"));
+    const ProcessRun bad = runVornik({QStringLiteral("--export"), QStringLiteral("only-one.vnk")});
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_TRUE(bad.err.startsWith(QStringLiteral("Hiba: ")));
+}
