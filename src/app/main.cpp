@@ -6,6 +6,7 @@
 #include "app/StderrDialogs.h"
 #include "app/TestHooks.h"
 #include "audio/DefaultAudioPlayerFactory.h"
+#include "export/FfmpegLogging.h"
 #include "ui/ContentView.h"
 #include "ui/MainWindow.h"
 #include "ui/QtDialogs.h"
@@ -29,6 +30,7 @@ void setUpApplication()
     // Scanned score pages are large: an A4 page scanned at 600 dpi in colour needs about
     // 140 MB decoded, more than Qt's default limit. Far larger images are still refused.
     QImageReader::setAllocationLimit(1024);
+    limitFfmpegLoggingToErrors();
 }
 
 int runWindow(int argc, char* argv[], const CommandLineOptions& options)
