@@ -2,6 +2,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "support/Dialogs.h"
+#include "ui/DropHighlight.h"
 #include "ui/ImageThumbnailView.h"
 #include "ui/SidebarIcons.h"
 
@@ -283,13 +284,7 @@ void ImageSidebarView::paintEvent(QPaintEvent*)
 {
     if (!m_isDraggingOver)
         return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor accent = palette().color(QPalette::Highlight);
-    painter.setPen(QPen(accent, 2, Qt::DashLine));
-    accent.setAlphaF(0.12f);
-    painter.setBrush(accent);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(2, 2, -2, -2), 8, 8);
+    paintDropHighlight(*this, 2, 8);
 }
 
 void ImageSidebarView::dragEnterEvent(QDragEnterEvent* event)

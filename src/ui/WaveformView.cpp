@@ -4,6 +4,7 @@
 #include "editor/VideoEditorViewModel.h"
 #include "support/Dialogs.h"
 #include "ui/AudioSettingsSheet.h"
+#include "ui/DropHighlight.h"
 #include "ui/SidebarIcons.h"
 #include "ui/WaveformCanvas.h"
 
@@ -11,7 +12,6 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QMimeData>
-#include <QPainter>
 #include <QProgressBar>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -197,13 +197,7 @@ void WaveformView::paintEvent(QPaintEvent*)
 {
     if (!m_isDraggingOver)
         return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor accent = palette().color(QPalette::Highlight);
-    painter.setPen(QPen(accent, 2, Qt::DashLine));
-    accent.setAlphaF(0.12f);
-    painter.setBrush(accent);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 6, 6);
+    paintDropHighlight(*this, 1, 6);
 }
 
 void WaveformView::dragEnterEvent(QDragEnterEvent* event)
