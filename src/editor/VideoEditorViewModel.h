@@ -175,7 +175,8 @@ public:
     int64_t frameIndexForWaveformBar(int bar, int totalBars) const;
 
     // ---- Playback and recording ----
-    // Time to frame: floor(seconds x FPS); negative times give negative frames. The frame
+    // Time to frame: floor(seconds x FPS), forgiving a millionth of a frame so that a frame's
+    // own start time maps back to it; negative times give negative frames. The frame
     // count of the audio rounds up, so the last partial frame exists. Non-finite values stop
     // the program.
     int64_t frameIndexForTime(double seconds) const;
