@@ -45,6 +45,7 @@ std::optional<double> boostedLevel(std::optional<double> measured, double volume
 
 // The boost in percent that brings `integratedLUFS` to -14 LUFS, lowered so that the boosted
 // `truePeakDBTP` stays at or below -1 dBTP, clamped to 25…1000 and rounded to a whole
-// percent. Absent without an integrated loudness. A missing true peak sets no limit.
+// percent (down when the peak sets the limit, so rounding cannot lift it over -1 dBTP).
+// Absent without an integrated loudness. A missing true peak sets no limit.
 std::optional<double> normalisationBoost(std::optional<double> integratedLUFS,
                                          std::optional<double> truePeakDBTP);
