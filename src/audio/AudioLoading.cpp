@@ -4,6 +4,7 @@
 #include "audio/AudioDecoder.h"
 #include "audio/AudioPipeline.h"
 #include "audio/Loudness.h"
+#include "audio/LoudnessNormalisation.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
 #include "editor/VideoEditorViewModel.h"
@@ -123,4 +124,33 @@ int64_t VideoEditorViewModel::frameIndexForWaveformBar(int bar, int totalBars) c
 {
     return toInt64Checked((static_cast<double>(bar) / static_cast<double>(totalBars)) * m_duration *
                           static_cast<double>(FPS));
+}
+
+void VideoEditorViewModel::setIntegratedLoudnessLUFS(std::optional<double> lufs)
+{
+    m_integratedLoudnessLUFS = lufs;
+    emit integratedLoudnessLUFSChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setTruePeakDBTP(std::optional<double> dbtp)
+{
+    m_truePeakDBTP = dbtp;
+    emit truePeakDBTPChanged();
+    emit changed();
+}
+
+std::optional<double> VideoEditorViewModel::boostedIntegratedLoudnessLUFS() const
+{
+    return boostedLevel(m_integratedLoudnessLUFS, m_volumeBoost);
+}
+
+std::optional<double> VideoEditorViewModel::boostedTruePeakDBTP() const
+{
+    return boostedLevel(m_truePeakDBTP, m_volumeBoost);
+}
+
+std::optional<double> VideoEditorViewModel::normalisationVolumeBoost() const
+{
+    return normalisationBoost(m_integratedLoudnessLUFS, m_truePeakDBTP);
 }

@@ -111,11 +111,24 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
             loudness = rmsLoudnessFromSums(built.squareSums, built.sourceFrames);
         else
             log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
-        post(state, [loudness](VideoEditorViewModel& target) {
+        std::optional<double> lufs;
+        std::optional<double> truePeak;
+        if (built.decode.ok) {
+            lufs = built.integratedLUFS;
+            truePeak = built.truePeakDBTP;
+        }
+        post(state, [loudness, lufs, truePeak](VideoEditorViewModel& target) {
             target.setAudioLoudnessDB(loudness);
+            target.setIntegratedLoudnessLUFS(lufs);
+            target.setTruePeakDBTP(truePeak);
             if (loudness) {
                 logLine(QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*loudness, 1) +
                         QStringLiteral(" dB RMS"));
+            }
+            if (lufs && truePeak) {
+                logLine(QStringLiteral("[Audio] Integrált hangosság: ") + formatFixed(*lufs, 1) +
+                        QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*truePeak, 1) +
+                        QStringLiteral(" dBTP"));
             }
         });
     }

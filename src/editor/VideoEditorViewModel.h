@@ -162,6 +162,18 @@ public:
     };
     // The verdict on boostedLoudnessDB() against the -16 dB target, with its colour.
     LoudnessInfo youtubeLoudnessInfo() const;
+    // Integrated loudness (LUFS) and true peak (dBTP) of the loaded recording before the
+    // boost, measured in the load's decode; absent without audio.
+    std::optional<double> integratedLoudnessLUFS() const { return m_integratedLoudnessLUFS; }
+    void setIntegratedLoudnessLUFS(std::optional<double> lufs);
+    std::optional<double> truePeakDBTP() const { return m_truePeakDBTP; }
+    void setTruePeakDBTP(std::optional<double> dbtp);
+    // Both with the gain of volumeBoost.
+    std::optional<double> boostedIntegratedLoudnessLUFS() const;
+    std::optional<double> boostedTruePeakDBTP() const;
+    // The boost bringing the recording to -14 LUFS with its true peak at or below -1 dBTP,
+    // 25…1000 %; absent without a measurement.
+    std::optional<double> normalisationVolumeBoost() const;
     // Renders start silence, the boosted source and end silence into a new temporary WAV and
     // returns its path; none on failure (logged). Reads volumeBoost and the temporary folder.
     std::optional<QString> addSilenceToAudio(const QString& sourceURL, double startSilence,
@@ -350,9 +362,13 @@ signals:
     // A project load has ended: false when the file could not be read, true once the pages,
     // settings and, with a recording, the frames are in place.
     void projectLoadFinished(bool succeeded);
+    void integratedLoudnessLUFSChanged();
+    void truePeakDBTPChanged();
 
 private:
     // ---- Audio (private) ----
+    std::optional<double> m_integratedLoudnessLUFS;
+    std::optional<double> m_truePeakDBTP;
 
     // ---- Playback and recording (private) ----
 

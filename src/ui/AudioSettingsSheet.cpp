@@ -1,5 +1,7 @@
 #include "ui/AudioSettingsSheet.h"
 
+#include "audio/Loudness.h"
+#include "audio/LoudnessNormalisation.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/ValueFormat.h"
 #include "ui/SidebarIcons.h"
@@ -185,6 +187,38 @@ AudioSettingsSheet::AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget*
     loudnessLayout->addLayout(loudnessHeading);
     loudnessLayout->addLayout(figures);
     loudnessLayout->addWidget(m_verdict);
+    // Integrated loudness and true peak, as video platforms measure them, with the boost.
+    m_integratedLoudness = textLabel(QString(), loudness, 12, true);
+    m_integratedLoudness->setObjectName(QStringLiteral("integratedLoudnessValue"));
+    m_truePeak = textLabel(QString(), loudness, 12, true);
+    m_truePeak->setObjectName(QStringLiteral("truePeakValue"));
+    m_truePeakWarning = textLabel(QStringLiteral("Torzítás veszélye!"), loudness, 12, true);
+    m_truePeakWarning->setObjectName(QStringLiteral("truePeakWarning"));
+    QPalette warningPalette = m_truePeakWarning->palette();
+    warningPalette.setColor(QPalette::WindowText, LoudnessColors::red());
+    m_truePeakWarning->setPalette(warningPalette);
+    auto* integratedRow = new QHBoxLayout;
+    integratedRow->addWidget(textLabel(QStringLiteral("Integrált hangosság:"), loudness, 12));
+    integratedRow->addWidget(m_integratedLoudness);
+    integratedRow->addStretch(1);
+    auto* truePeakRow = new QHBoxLayout;
+    truePeakRow->addWidget(textLabel(QStringLiteral("Valódi csúcs:"), loudness, 12));
+    truePeakRow->addWidget(m_truePeak);
+    truePeakRow->addWidget(m_truePeakWarning);
+    truePeakRow->addStretch(1);
+    m_normaliseButton = new QPushButton(QStringLiteral("Normalizálás -14 LUFS-re"), loudness);
+    m_normaliseButton->setObjectName(QStringLiteral("normaliseButton"));
+    // Only moves the boost; "Alkalmaz" still renders the audio again.
+    connect(m_normaliseButton, &QPushButton::clicked, this, [this] {
+        if (const std::optional<double> boost = m_viewModel.normalisationVolumeBoost())
+            m_viewModel.setVolumeBoost(*boost);
+    });
+    auto* normaliseRow = new QHBoxLayout;
+    normaliseRow->addWidget(m_normaliseButton);
+    normaliseRow->addStretch(1);
+    loudnessLayout->addLayout(integratedRow);
+    loudnessLayout->addLayout(truePeakRow);
+    loudnessLayout->addLayout(normaliseRow);
 
     // 6. Warning.
     QLabel* warning =
@@ -246,7 +280,8 @@ AudioSettingsSheet::AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget*
     for (auto signal :
          {&VideoEditorViewModel::startSilenceDurationChanged,
           &VideoEditorViewModel::endSilenceDurationChanged, &VideoEditorViewModel::transitionDurationChanged,
-          &VideoEditorViewModel::volumeBoostChanged, &VideoEditorViewModel::audioLoudnessDBChanged})
+          &VideoEditorViewModel::volumeBoostChanged, &VideoEditorViewModel::audioLoudnessDBChanged,
+          &VideoEditorViewModel::integratedLoudnessLUFSChanged, &VideoEditorViewModel::truePeakDBTPChanged})
         connect(&m_viewModel, signal, this, &AudioSettingsSheet::refreshValues);
 
     // Closing the sheet in any way ends the editor's request to show it.
@@ -298,4 +333,21 @@ void AudioSettingsSheet::refreshLoudness()
     QPalette verdictPalette = m_verdict->palette();
     verdictPalette.setColor(QPalette::WindowText, info.color);
     m_verdict->setPalette(verdictPalette);
+
+    // Without a measurement the rows show a dash and there is nothing to normalise.
+    const std::optional<double> lufs = m_viewModel.integratedLoudnessLUFS();
+    const std::optional<double> boostedLufs = m_viewModel.boostedIntegratedLoudnessLUFS();
+    m_integratedLoudness->setText(lufs && boostedLufs
+                                          ? formatFixed(*lufs, 1) + QStringLiteral(" LUFS → ") +
+                                                    formatFixed(*boostedLufs, 1) + QStringLiteral(" LUFS")
+                                          : QStringLiteral("–"));
+    const std::optional<double> peak = m_viewModel.boostedTruePeakDBTP();
+    const bool distorts = peak && *peak > kTruePeakCeilingDBTP;
+    m_truePeak->setText(peak ? formatFixed(*peak, 1) + QStringLiteral(" dBTP") : QStringLiteral("–"));
+    QPalette peakPalette = m_truePeak->palette();
+    peakPalette.setColor(QPalette::WindowText,
+                         distorts ? LoudnessColors::red() : palette().color(QPalette::WindowText));
+    m_truePeak->setPalette(peakPalette);
+    m_truePeakWarning->setVisible(distorts);
+    m_normaliseButton->setEnabled(m_viewModel.normalisationVolumeBoost().has_value());
 }

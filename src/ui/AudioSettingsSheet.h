@@ -7,6 +7,7 @@
 #include <QDialog>
 
 class QLabel;
+class QPushButton;
 class QSlider;
 class VideoEditorViewModel;
 
@@ -43,4 +44,8 @@ private:
     QLabel* m_originalLoudness;
     QLabel* m_boostedLoudness;
     QLabel* m_verdict;
+    QLabel* m_integratedLoudness;
+    QLabel* m_truePeak;
+    QLabel* m_truePeakWarning;
+    QPushButton* m_normaliseButton;
 };

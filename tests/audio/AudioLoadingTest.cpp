@@ -71,9 +71,15 @@ TEST_F(AudioLoading, SequencePublishesProgressAndLogLinesInOrderAndSlicesEveryFr
     EXPECT_EQ(autoSaves, 1);
     ASSERT_TRUE(editor.audioURL().has_value());
     ASSERT_TRUE(editor.audioLoudnessDB().has_value());
+    ASSERT_TRUE(editor.integratedLoudnessLUFS().has_value());
+    ASSERT_TRUE(editor.truePeakDBTP().has_value());
     const QStringList expected = {
             QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*editor.audioLoudnessDB(), 1) +
                     QStringLiteral(" dB RMS"),
+            QStringLiteral("[Audio] Integrált hangosság: ") +
+                    formatFixed(*editor.integratedLoudnessLUFS(), 1) +
+                    QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*editor.truePeakDBTP(), 1) +
+                    QStringLiteral(" dBTP"),
             QStringLiteral("[Audio] Csend hozzáadása: 3.0s elején, 5.0s végén..."),
             QStringLiteral("[Audio] Csend hozzáadva: 3.0s elején, 5.0s végén"),
             QStringLiteral("[Audio] Temp fájl: ") + *editor.audioURL(),
@@ -385,4 +391,44 @@ TEST(AudioLoadingFailure, UnwritableTemporaryFolderFailsThroughTheSilenceError)
     EXPECT_TRUE(editor.audioLoudnessDB().has_value());
     EXPECT_FALSE(editor.audioURL().has_value());
     EXPECT_EQ(editor.getFrameManager().getFrameCount(), 0);
+}
+
+TEST_F(AudioLoading, LoadMeasuresIntegratedLoudnessAndTruePeakAndLogsThemOnce)
+{
+    EXPECT_FALSE(editor.integratedLoudnessLUFS().has_value());
+    EXPECT_FALSE(editor.truePeakDBTP().has_value());
+    EXPECT_FALSE(editor.boostedIntegratedLoudnessLUFS().has_value());
+    EXPECT_FALSE(editor.boostedTruePeakDBTP().has_value());
+    EXPECT_FALSE(editor.normalisationVolumeBoost().has_value());
+
+    // The same 1 kHz sine, peak 0.5 (-6.02 dBFS), in both channels: about -6.0 LUFS.
+    AudioBuffer tone = fixtures::sineTone(48000, 1, 5 * 48000, 0.5f, 1000.0);
+    tone.channels.push_back(tone.channels.front());
+    const QString path = fixtures::writeWav(file(QStringLiteral("tone.wav")), tone);
+    // The boost in force when loading does not change what is measured of the source.
+    editor.setVolumeBoost(150.0);
+    LogCapture log;
+    ASSERT_TRUE(loadAndWait(editor, path));
+    ASSERT_TRUE(editor.integratedLoudnessLUFS().has_value());
+    ASSERT_TRUE(editor.truePeakDBTP().has_value());
+    EXPECT_NEAR(*editor.integratedLoudnessLUFS(), -6.02, 0.1);
+    EXPECT_NEAR(*editor.truePeakDBTP(), -6.02, 0.1);
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Integrált hangosság: ")),
+              QStringList{QStringLiteral("[Audio] Integrált hangosság: ") +
+                          formatFixed(*editor.integratedLoudnessLUFS(), 1) +
+                          QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*editor.truePeakDBTP(), 1) +
+                          QStringLiteral(" dBTP")});
+
+    editor.setVolumeBoost(200.0);
+    EXPECT_NEAR(*editor.boostedIntegratedLoudnessLUFS() - *editor.integratedLoudnessLUFS(), 6.0206, 1e-3);
+    EXPECT_NEAR(*editor.boostedTruePeakDBTP() - *editor.truePeakDBTP(), 6.0206, 1e-3);
+    // -6 LUFS is 8 dB above -14 LUFS: normalising turns it down to 10^(-8/20) = 40 %.
+    EXPECT_NEAR(*editor.normalisationVolumeBoost(), 40.0, 1.0);
+
+    // A failed load leaves no figures behind.
+    const QString bad = fixtures::writeBytes(file(QStringLiteral("bad.wav")), "RIFF????WAVEjunk");
+    ASSERT_TRUE(loadAndWait(editor, bad));
+    drainEvents();
+    EXPECT_FALSE(editor.integratedLoudnessLUFS().has_value());
+    EXPECT_FALSE(editor.truePeakDBTP().has_value());
 }

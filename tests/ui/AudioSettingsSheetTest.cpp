@@ -1,5 +1,6 @@
 #include "ui/AudioSettingsSheet.h"
 
+#include "audio/Loudness.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/ScriptedDialogs.h"
 
@@ -194,4 +195,79 @@ TEST_F(AudioSettingsSheetTest, FollowsSettingsChangedElsewhere)
     editor.setEndSilenceDuration(2.5);
     EXPECT_EQ(child<QSlider>("endSilenceSlider")->value(), 5);
     EXPECT_EQ(text("endSilenceValue"), QStringLiteral("2.5 mp"));
+}
+
+TEST_F(AudioSettingsSheetTest, WithNoAudioTheLoudnessRowsShowDashesAndNormalisingIsDisabled)
+{
+    const QStringList texts = allTexts();
+    EXPECT_TRUE(texts.contains(QStringLiteral("Integrált hangosság:")));
+    EXPECT_TRUE(texts.contains(QStringLiteral("Valódi csúcs:")));
+    EXPECT_FALSE(editor.integratedLoudnessLUFS().has_value());
+    EXPECT_FALSE(editor.truePeakDBTP().has_value());
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("–"));
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("–"));
+    EXPECT_FALSE(shown("truePeakWarning"));
+    auto* normalise = child<QPushButton>("normaliseButton");
+    EXPECT_EQ(normalise->text(), QStringLiteral("Normalizálás -14 LUFS-re"));
+    EXPECT_FALSE(normalise->isEnabled());
+}
+
+TEST_F(AudioSettingsSheetTest, IntegratedLoudnessAndTruePeakFollowTheBoostSlider)
+{
+    editor.setIntegratedLoudnessLUFS(-20.0);
+    editor.setTruePeakDBTP(-9.0);
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("-20.0 LUFS → -20.0 LUFS"));
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("-9.0 dBTP"));
+    EXPECT_FALSE(shown("truePeakWarning"));
+
+    auto* boost = child<QSlider>("volumeBoostSlider");
+    boost->setFocus();
+    for (int i = 0; i < 4; ++i)
+        QTest::keyClick(boost, Qt::Key_PageUp);
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 200.0);
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("-20.0 LUFS → -14.0 LUFS"));
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("-3.0 dBTP"));
+    EXPECT_FALSE(shown("truePeakWarning"));
+    EXPECT_NE(child<QLabel>("truePeakValue")->palette().color(QPalette::WindowText), LoudnessColors::red());
+}
+
+TEST_F(AudioSettingsSheetTest, BoostedTruePeakAboveMinusOneDBTPIsRedWithTheDistortionWarning)
+{
+    editor.setIntegratedLoudnessLUFS(-16.0);
+    editor.setTruePeakDBTP(-3.0);
+    EXPECT_FALSE(shown("truePeakWarning"));
+    // +6 dB takes the peak to +3.0 dBTP.
+    editor.setVolumeBoost(200.0);
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("3.0 dBTP"));
+    EXPECT_TRUE(shown("truePeakWarning"));
+    EXPECT_EQ(text("truePeakWarning"), QStringLiteral("Torzítás veszélye!"));
+    EXPECT_EQ(child<QLabel>("truePeakValue")->palette().color(QPalette::WindowText), LoudnessColors::red());
+    EXPECT_EQ(child<QLabel>("truePeakWarning")->palette().color(QPalette::WindowText), LoudnessColors::red());
+    // Exactly at the ceiling is still safe.
+    editor.setVolumeBoost(100.0);
+    editor.setTruePeakDBTP(-1.0);
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("-1.0 dBTP"));
+    EXPECT_FALSE(shown("truePeakWarning"));
+}
+
+TEST_F(AudioSettingsSheetTest, NormaliseButtonSetsTheBoostWithoutApplying)
+{
+    QSignalSpy applied(sheet, &AudioSettingsSheet::applyRequested);
+    editor.setIntegratedLoudnessLUFS(-26.0);
+    editor.setTruePeakDBTP(-20.0);
+    auto* normalise = child<QPushButton>("normaliseButton");
+    ASSERT_TRUE(normalise->isEnabled());
+    QTest::mouseClick(normalise, Qt::LeftButton);
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 398.0);
+    EXPECT_EQ(child<QSlider>("volumeBoostSlider")->value(), 398);
+    EXPECT_EQ(text("volumeBoostValue"), QStringLiteral("398%"));
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("-26.0 LUFS → -14.0 LUFS"));
+    EXPECT_EQ(applied.count(), 0);
+    EXPECT_TRUE(sheet->isVisible());
+
+    // A loud peak limits it: -1 dBTP leaves +5 dB.
+    editor.setTruePeakDBTP(-6.0);
+    QTest::mouseClick(normalise, Qt::LeftButton);
+    EXPECT_DOUBLE_EQ(editor.volumeBoost(), 177.0);
+    EXPECT_FALSE(shown("truePeakWarning"));
 }

@@ -1,0 +1,90 @@
+#include "audio/LoudnessNormalisation.h"
+
+#include "support/CheckedConversions.h"
+
+#include <ebur128.h>
+
+#include <algorithm>
+#include <cmath>
+
+IntegratedLoudnessMeter::~IntegratedLoudnessMeter()
+{
+    if (m_state)
+        ebur128_destroy(&m_state);
+}
+
+bool IntegratedLoudnessMeter::begin(int sampleRate, int channelCount)
+{
+    if (m_state)
+        ebur128_destroy(&m_state);
+    m_channels = 0;
+    if (sampleRate <= 0 || channelCount <= 0)
+        return false;
+    m_state = ebur128_init(static_cast<unsigned>(channelCount), static_cast<unsigned long>(sampleRate),
+                           EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK);
+    if (!m_state)
+        return false;
+    m_channels = size_t(channelCount);
+    return true;
+}
+
+void IntegratedLoudnessMeter::add(std::span<const float* const> channels, size_t frames)
+{
+    if (!m_state || frames == 0 || channels.size() != m_channels)
+        return;
+    m_interleaved.resize(frames * m_channels);
+    for (size_t c = 0; c < m_channels; ++c) {
+        const float* source = channels[c];
+        for (size_t i = 0; i < frames; ++i)
+            m_interleaved[i * m_channels + c] = source[i];
+    }
+    ebur128_add_frames_float(m_state, m_interleaved.data(), frames);
+}
+
+std::optional<double> IntegratedLoudnessMeter::integratedLUFS() const
+{
+    if (!m_state)
+        return std::nullopt;
+    double loudness = 0.0;
+    if (ebur128_loudness_global(m_state, &loudness) != EBUR128_SUCCESS || !std::isfinite(loudness))
+        return std::nullopt;
+    return loudness;
+}
+
+std::optional<double> IntegratedLoudnessMeter::truePeakDBTP() const
+{
+    if (!m_state)
+        return std::nullopt;
+    double highest = 0.0;
+    for (size_t c = 0; c < m_channels; ++c) {
+        double peak = 0.0;
+        if (ebur128_true_peak(m_state, static_cast<unsigned>(c), &peak) != EBUR128_SUCCESS)
+            return std::nullopt;
+        highest = std::max(highest, peak);
+    }
+    if (!(highest > 0.0))
+        return std::nullopt;
+    return 20.0 * std::log10(highest);
+}
+
+std::optional<double> boostedLevel(std::optional<double> measured, double volumeBoost)
+{
+    if (!measured || !(volumeBoost > 0.0))
+        return std::nullopt;
+    return *measured + 20.0 * std::log10(volumeBoost / 100.0);
+}
+
+std::optional<double> normalisationBoost(std::optional<double> integratedLUFS,
+                                         std::optional<double> truePeakDBTP)
+{
+    if (!integratedLUFS)
+        return std::nullopt;
+    double gainDB = kNormalisationTargetLUFS - *integratedLUFS;
+    if (truePeakDBTP)
+        gainDB = std::min(gainDB, kTruePeakCeilingDBTP - *truePeakDBTP);
+    const double percent = std::clamp(100.0 * std::pow(10.0, gainDB / 20.0), 25.0, 1000.0);
+    // Rounding up could lift the peak a hair over the ceiling; the limited case rounds down.
+    const bool peakLimited = truePeakDBTP && gainDB == kTruePeakCeilingDBTP - *truePeakDBTP;
+    return static_cast<double>(peakLimited && percent > 25.0 ? floorToInt64Checked(percent)
+                                                             : roundToInt64Checked(percent));
+}
