@@ -53,19 +53,6 @@ protected:
         return path;
     }
 
-    // Whether the frame store holds exactly the pictures of the page list, in order.
-    bool frameStoreMatchesList() const
-    {
-        const QList<QImage>& stored = editor.getFrameManager().images();
-        if (stored.size() != static_cast<qsizetype>(editor.images().size()))
-            return false;
-        for (size_t i = 0; i < editor.images().size(); ++i) {
-            if (stored[static_cast<qsizetype>(i)] != editor.images()[i].image())
-                return false;
-        }
-        return true;
-    }
-
     QTemporaryDir dir;
     ScriptedDialogs dialogs;
     VideoEditorViewModel editor;
@@ -87,7 +74,7 @@ TEST_F(ImageImport, ImageFileIsAppendedWithoutPageNumbers)
     EXPECT_FALSE(item.id().isNull());
     EXPECT_EQ(item.image().deviceIndependentSize(), QSizeF(120, 80));
     EXPECT_DOUBLE_EQ(item.image().devicePixelRatio(), 1.0);
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_GE(imagesChanges.count(), 1);
     EXPECT_TRUE(dialogs.requests().empty());
@@ -104,7 +91,7 @@ TEST_F(ImageImport, NewEntriesAreAppendedAtTheEnd)
     EXPECT_EQ(editor.images()[1].pageNumber, 1);
     EXPECT_EQ(editor.images()[2].pageNumber, 2);
     EXPECT_TRUE(editor.images()[3].url().endsWith(QStringLiteral("c.png")));
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
 }
 
 TEST_F(ImageImport, ImportingTheSameFileTwiceAddsItTwice)
@@ -193,7 +180,7 @@ TEST_F(ImageImport, PdfPageByPageMakesOneEntryPerPage)
         EXPECT_EQ(item.image().size(), QSize(400, 600));
         EXPECT_EQ(item.image().pixelColor(20, 20), PdfFixtures::pageColor(i));
     }
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
 }
 
@@ -222,7 +209,7 @@ TEST_F(ImageImport, FivePagePdfInPairsYieldsThreeEntries)
     EXPECT_EQ(images[1].image().pixelColor(399, 299), QColor(Qt::white));
     EXPECT_EQ(images[2].image().deviceIndependentSize(), QSizeF(100, 150));
     EXPECT_EQ(images[2].image().pixelColor(20, 20), PdfFixtures::pageColor(4));
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
 }
 
@@ -259,7 +246,7 @@ TEST_F(ImageImport, ZeroPagePdfYieldsNoEntriesButStillUpdatesAndSchedulesAutosav
         dialogs.queueQuestionAnswer(answer);
         editor.addPDF(path);
         EXPECT_EQ(editor.images().size(), 1u) << answer;
-        EXPECT_TRUE(frameStoreMatchesList()) << answer;
+        EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor)) << answer;
         EXPECT_EQ(autoSaves.count(), 1) << answer;
     }
     const auto questions = dialogs.questions();

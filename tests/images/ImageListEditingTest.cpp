@@ -1,5 +1,6 @@
 // The editor's page-list edits: remove, delete all, delete by orientation, merge, move.
 #include "editor/VideoEditorViewModel.h"
+#include "support/ImageFixtures.h"
 #include "support/Log.h"
 #include "support/ScriptedDialogs.h"
 
@@ -60,18 +61,6 @@ protected:
         return order;
     }
 
-    bool frameStoreMatchesList() const
-    {
-        const QList<QImage>& stored = editor.getFrameManager().images();
-        if (stored.size() != static_cast<qsizetype>(editor.images().size()))
-            return false;
-        for (size_t i = 0; i < editor.images().size(); ++i) {
-            if (stored[static_cast<qsizetype>(i)] != editor.images()[i].image())
-                return false;
-        }
-        return true;
-    }
-
     // Records 60 frames: frames 0...29 show entry 0, frames 30...59 entry 2.
     void recordFrames()
     {
@@ -112,7 +101,7 @@ TEST_F(ImageListEditing, RemoveImageTakesOutTheEntryAndLogsTheCounts)
     EXPECT_EQ(listOrder(), (std::vector<int>{0, 2, 3}));
     EXPECT_EQ(log.lines(), (QStringList{QStringLiteral("[removeImage] Törlés előtt: 4 kép"),
                                         QStringLiteral("[removeImage] Törlés után: 3 kép")}));
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_GE(changes.count(), 1);
 }
@@ -206,7 +195,7 @@ TEST_F(ImageListEditing, DeleteAllImagesEmptiesTheListAndSelections)
     EXPECT_TRUE(editor.images().empty());
     EXPECT_FALSE(editor.selectedImageIndex().has_value());
     EXPECT_TRUE(editor.selectedImageIndices().empty());
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_TRUE(editor.getFrameManager().images().isEmpty());
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[deleteAllImages] 3 kép törölve")});
@@ -273,7 +262,7 @@ TEST_F(ImageListEditing, DeletePortraitImagesRemovesOnlyPagesNarrowerThanTall)
     editor.deletePortraitImages();
     EXPECT_EQ(listOrder(), (std::vector<int>{1, 2, 4}));
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[deletePortraitImages] 2 álló kép törölve")});
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
 }
 
@@ -284,7 +273,7 @@ TEST_F(ImageListEditing, DeleteLandscapeImagesRemovesOnlyPagesWiderThanTall)
     editor.deleteLandscapeImages();
     EXPECT_EQ(listOrder(), (std::vector<int>{0, 2, 3}));
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[deleteLandscapeImages] 2 fekvő kép törölve")});
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
 }
 
 TEST_F(ImageListEditing, MergeWithFewerThanTwoSelectedIsReportedAndChangesNothing)
@@ -346,7 +335,7 @@ TEST_F(ImageListEditing, MergingEntriesFourAndTwoYieldsOneEntryAtPositionTwoShow
 
     EXPECT_EQ(editor.selectedImageIndex(), 2);
     EXPECT_TRUE(editor.selectedImageIndices().empty());
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[merge] 2 kép összefűzve, méret: 200x100")});
 }
@@ -403,7 +392,7 @@ TEST_F(ImageListEditing, MoveImageUsesListMoveSemantics)
     // Selections are not adjusted.
     EXPECT_EQ(editor.selectedImageIndex(), 1);
     EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{0, 3}));
-    EXPECT_TRUE(frameStoreMatchesList());
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_GE(changes.count(), 1);
     EXPECT_TRUE(log.lines().isEmpty());

@@ -1,5 +1,7 @@
 #include "support/ImageFixtures.h"
 
+#include "editor/VideoEditorViewModel.h"
+
 #include <QBuffer>
 #include <QImageWriter>
 #include <QPainter>
@@ -122,6 +124,18 @@ QByteArray jpegWithExifOrientation(const QImage& image, int orientation)
     segment += exif;
     // Right after the start-of-image marker.
     return jpeg.left(2) + segment + jpeg.mid(2);
+}
+
+bool frameStoreMatchesPageList(const VideoEditorViewModel& editor)
+{
+    const QList<QImage>& stored = editor.getFrameManager().images();
+    if (stored.size() != static_cast<qsizetype>(editor.images().size()))
+        return false;
+    for (size_t i = 0; i < editor.images().size(); ++i) {
+        if (stored[static_cast<qsizetype>(i)] != editor.images()[i].image())
+            return false;
+    }
+    return true;
 }
 
 } // namespace ImageFixtures

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QImage>
 
+class VideoEditorViewModel;
+
 namespace ImageFixtures {
 
 // An opaque picture of the given size whose quadrants have four different colours (top-left
@@ -20,5 +22,8 @@ QByteArray blackPng(quint32 width, quint32 height);
 
 // A PNG whose header declares 0 x 0 pixels, followed by an empty image data chunk.
 QByteArray zeroSizePng();
+
+// Whether the frame store holds exactly the pictures of the editor's page list, in order.
+bool frameStoreMatchesPageList(const VideoEditorViewModel& editor);
 
 } // namespace ImageFixtures
