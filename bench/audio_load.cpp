@@ -129,7 +129,8 @@ double bareDecodeSeconds(const QString& path, int64_t* frames)
     return double(timer.nsecsElapsed()) / 1e9;
 }
 
-// One measurement: bare decode, then loadAudio to completion. Prints one line of figures.
+// One measurement: bare decode, then loadAudio to completion and on until the loudness meter
+// is done. Prints one line of figures.
 int runOnce(const QString& mp3)
 {
     int64_t decodedFrames = 0;
@@ -141,6 +142,7 @@ int runOnce(const QString& mp3)
     QTemporaryDir temporary;
     const double baselineMiB = currentRssMiB();
     double loadSeconds = 0.0;
+    double meterSeconds = 0.0;
     double durationSeconds = 0.0;
     int64_t frameCount = 0;
     {
@@ -164,9 +166,18 @@ int runOnce(const QString& mp3)
         loadSeconds = double(timer.nsecsElapsed()) / 1e9;
         durationSeconds = editor.duration();
         frameCount = editor.getFrameManager().getFrameCount();
+        // The integrated loudness and true peak arrive after the recording is ready.
+        QEventLoop meterLoop;
+        QObject::connect(&editor, &VideoEditorViewModel::isMeasuringLoudnessChanged, &meterLoop, [&] {
+            if (!editor.isMeasuringLoudness())
+                meterLoop.quit();
+        });
+        if (editor.isMeasuringLoudness())
+            meterLoop.exec();
+        meterSeconds = double(timer.nsecsElapsed()) / 1e9;
     }
-    std::printf("%.4f %.4f %.1f %.1f %.3f %lld %lld\n", bare, loadSeconds, peakRssMiB(), baselineMiB,
-                durationSeconds, (long long)frameCount, (long long)decodedFrames);
+    std::printf("%.4f %.4f %.1f %.1f %.3f %lld %lld %.4f\n", bare, loadSeconds, peakRssMiB(), baselineMiB,
+                durationSeconds, (long long)frameCount, (long long)decodedFrames, meterSeconds);
     return 0;
 }
 
@@ -215,7 +226,7 @@ int main(int argc, char* argv[])
     }
     std::printf("file: %s (%.1f MiB)\n", qPrintable(mp3), double(QFile(mp3).size()) / (1024.0 * 1024.0));
 
-    std::vector<double> bare, load, peak, baseline;
+    std::vector<double> bare, load, peak, baseline, meter;
     double duration = 0.0;
     long long frames = 0;
     for (int run = 0; run < runs; ++run) {
@@ -227,7 +238,7 @@ int main(int argc, char* argv[])
         }
         const QList<QByteArray> fields =
                 child.readAllStandardOutput().trimmed().split('\n').last().split(' ');
-        if (fields.size() < 7)
+        if (fields.size() < 8)
             return 1;
         bare.push_back(fields[0].toDouble());
         load.push_back(fields[1].toDouble());
@@ -235,9 +246,10 @@ int main(int argc, char* argv[])
         baseline.push_back(fields[3].toDouble());
         duration = fields[4].toDouble();
         frames = fields[5].toLongLong();
-        std::printf("run %d: bare decode %.3f s, loadAudio %.3f s (x%.2f), peak RSS %.1f MiB (before load "
-                    "%.1f)\n",
-                    run + 1, bare.back(), load.back(), load.back() / bare.back(), peak.back(),
+        meter.push_back(fields[7].toDouble());
+        std::printf("run %d: bare decode %.3f s, loadAudio %.3f s (x%.2f), LUFS and true peak in at %.3f s, "
+                    "peak RSS %.1f MiB (before load %.1f)\n",
+                    run + 1, bare.back(), load.back(), load.back() / bare.back(), meter.back(), peak.back(),
                     baseline.back());
         std::fflush(stdout);
     }
@@ -251,6 +263,7 @@ int main(int argc, char* argv[])
     std::printf("  bare FFmpeg decode to float: %.3f s\n", median(bare));
     std::printf("  loadAudio to completion:     %.3f s  = %.2f x bare decode (target <= 1.5)\n", median(load),
                 ratio);
+    std::printf("  LUFS and true peak in at:    %.3f s after loadAudio\n", median(meter));
     std::printf("  peak RSS:                    %.1f MiB (%.1f MiB before loading)\n", median(peak),
                 median(baseline));
     std::printf("  processed PCM %.1f MiB, frame store %.1f MiB (%lld frames): budget 2 x PCM + store = %.1f "

@@ -54,6 +54,7 @@ void VideoEditorViewModel::loadAudio(const QString& url)
     request.volumeBoost = m_volumeBoost;
     request.temporaryDirectory = m_environment.temporaryDirectory;
     request.measureLoudness = true;
+    request.loudnessCancelled = m_loudnessMeasurement.renew();
 
     AudioPipelineHooks hooks;
     hooks.failureLogPrefix = QStringLiteral("[Audio] Hiba betöltéskor: ");
@@ -137,6 +138,13 @@ void VideoEditorViewModel::setTruePeakDBTP(std::optional<double> dbtp)
 {
     m_truePeakDBTP = dbtp;
     emit truePeakDBTPChanged();
+    emit changed();
+}
+
+void VideoEditorViewModel::setIsMeasuringLoudness(bool measuring)
+{
+    m_isMeasuringLoudness = measuring;
+    emit isMeasuringLoudnessChanged();
     emit changed();
 }
 

@@ -3,6 +3,7 @@
 #include "audio/AudioDecoder.h"
 #include "audio/FrameSlicing.h"
 #include "audio/Loudness.h"
+#include "audio/LoudnessNormalisation.h"
 #include "audio/ProcessedAudioBuilder.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
@@ -32,16 +33,21 @@ struct RunState {
 // Queues `step` to the main thread. The application object is the context, not the editor:
 // the editor may be destroyed while this thread runs, and the weak pointer is only read on
 // the main thread. Steps after a failed one do nothing.
-void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step)
+// The loudness meter's figures are the exception: they are about the user's file, which
+// decoded fine even when a later step failed.
+enum class AfterFailure { Drop, Run };
+
+void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step,
+          AfterFailure afterFailure = AfterFailure::Drop)
 {
     QCoreApplication* application = QCoreApplication::instance();
     if (!application)
         return; // the program is shutting down: nobody is left to show the results
     QMetaObject::invokeMethod(
             application,
-            [state, step = std::move(step)] {
+            [state, step = std::move(step), afterFailure] {
                 VideoEditorViewModel* editor = state->editor.data();
-                if (editor && !state->failed)
+                if (editor && (!state->failed || afterFailure == AfterFailure::Run))
                     step(*editor);
             },
             Qt::QueuedConnection);
@@ -87,12 +93,42 @@ private:
     std::shared_ptr<RunState>& m_state;
 };
 
+// Measures the integrated loudness and true peak of the source's samples in the processed
+// buffer and hands them to the editor, unless a newer load has taken over by then.
+void measureLoudnessAndPost(const std::shared_ptr<RunState>& state, const AudioBuffer& audio, size_t first,
+                            size_t count, float gain, std::shared_ptr<const std::atomic<bool>> cancelled)
+{
+    const std::optional<RecordingLoudness> measured =
+            measureRecordingLoudness(audio, first, count, gain, *cancelled);
+    if (!measured)
+        return;
+    post(
+            state,
+            [measured = *measured, cancelled = std::move(cancelled)](VideoEditorViewModel& target) {
+                if (cancelled->load())
+                    return;
+                target.setIntegratedLoudnessLUFS(measured.integratedLUFS);
+                target.setTruePeakDBTP(measured.truePeakDBTP);
+                target.setIsMeasuringLoudness(false);
+                if (measured.integratedLUFS && measured.truePeakDBTP) {
+                    logLine(QStringLiteral("[Audio] Integrált hangosság: ") +
+                            formatFixed(*measured.integratedLUFS, 1) +
+                            QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*measured.truePeakDBTP, 1) +
+                            QStringLiteral(" dBTP"));
+                }
+            },
+            AfterFailure::Run);
+}
+
+void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelineRequest& request,
+                      const AudioPipelineHooks& hooks, ProcessedAudioRequest render,
+                      ProcessedAudioResult built);
+
 // The steps on the background thread.
 void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineRequest& request,
                       const AudioPipelineHooks& hooks)
 {
     const HandBack handBack(state);
-    const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
 
     // One decode feeds everything: loudness, processed buffer, WAV file and frame slices.
     ProcessedAudioRequest render;
@@ -105,34 +141,44 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
     render.samplesPerFrame = samplesPerFrame(44100.0, VideoEditorViewModel::FPS);
     ProcessedAudioResult built = ProcessedAudioBuilder(render).build(request.sourcePath);
 
+    const bool measureMeter = request.measureLoudness && built.decode.ok && request.loudnessCancelled;
     if (request.measureLoudness) {
         std::optional<double> loudness;
         if (built.decode.ok)
             loudness = rmsLoudnessFromSums(built.squareSums, built.sourceFrames);
         else
-            log(QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
-        std::optional<double> lufs;
-        std::optional<double> truePeak;
-        if (built.decode.ok) {
-            lufs = built.integratedLUFS;
-            truePeak = built.truePeakDBTP;
-        }
-        post(state, [loudness, lufs, truePeak](VideoEditorViewModel& target) {
+            postLog(state, QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
+        post(state, [loudness, measureMeter](VideoEditorViewModel& target) {
             target.setAudioLoudnessDB(loudness);
-            target.setIntegratedLoudnessLUFS(lufs);
-            target.setTruePeakDBTP(truePeak);
+            // The figures of an earlier recording go; this one's follow the loading.
+            target.setIntegratedLoudnessLUFS(std::nullopt);
+            target.setTruePeakDBTP(std::nullopt);
+            target.setIsMeasuringLoudness(measureMeter);
             if (loudness) {
                 logLine(QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*loudness, 1) +
                         QStringLiteral(" dB RMS"));
             }
-            if (lufs && truePeak) {
-                logLine(QStringLiteral("[Audio] Integrált hangosság: ") + formatFixed(*lufs, 1) +
-                        QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*truePeak, 1) +
-                        QStringLiteral(" dBTP"));
-            }
         });
     }
 
+    // The meter reads the processed buffer after the rest is published: the recording is
+    // ready to play while it works.
+    const std::shared_ptr<const AudioBuffer> processed = built.audio;
+    const size_t sourceOffset = built.sourceOffset;
+    const auto sourceFrames = size_t(std::max<int64_t>(built.sourceFrames, 0));
+    const float gain = render.gain;
+    publishRecording(state, request, hooks, std::move(render), std::move(built));
+    if (measureMeter && processed)
+        measureLoudnessAndPost(state, *processed, sourceOffset, sourceFrames, gain,
+                               request.loudnessCancelled);
+}
+
+// Everything after the loudness: the silence log, the player, the waveform, the frames.
+void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelineRequest& request,
+                      const AudioPipelineHooks& hooks, ProcessedAudioRequest render,
+                      ProcessedAudioResult built)
+{
+    const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
     log(QStringLiteral("[Audio] Csend hozzáadása: ") + formatDouble(request.startSilence) +
         QStringLiteral("s elején, ") + formatDouble(request.endSilence) + QStringLiteral("s végén..."));
     bool rendered = false;

@@ -7,7 +7,9 @@
 
 #include <QString>
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 class VideoEditorViewModel;
 
@@ -21,6 +23,10 @@ struct AudioPipelineRequest {
     QString temporaryDirectory;
     // Loading measures the loudness of the original file; reloading keeps the old figure.
     bool measureLoudness = true;
+    // The integrated loudness and true peak are measured last, after the recording is ready
+    // (they take several times longer than the decode); set when this flag is, the
+    // measurement stops and its figures are dropped.
+    std::shared_ptr<const std::atomic<bool>> loudnessCancelled;
 };
 
 struct AudioPipelineHooks {

@@ -67,6 +67,49 @@ std::optional<double> IntegratedLoudnessMeter::truePeakDBTP() const
     return 20.0 * std::log10(highest);
 }
 
+std::optional<RecordingLoudness> measureRecordingLoudness(const AudioBuffer& audio, size_t first,
+                                                          size_t count, float gain,
+                                                          const std::atomic<bool>& cancelled)
+{
+    // About a third of a second at 48 kHz: cancellation is seen quickly and the copies stay
+    // in cache.
+    constexpr size_t kBlockFrames = 16384;
+    const size_t channelCount = audio.channels.size();
+    const size_t available = size_t(std::max<int64_t>(audio.frameCount(), 0));
+    first = std::min(first, available);
+    count = std::min(count, available - first);
+
+    IntegratedLoudnessMeter meter;
+    RecordingLoudness result;
+    if (!meter.begin(audio.sampleRate, int(channelCount)))
+        return result;
+    std::vector<std::vector<float>> unboosted(channelCount,
+                                              std::vector<float>(gain == 1.0f ? 0 : kBlockFrames));
+    std::vector<const float*> pointers(channelCount, nullptr);
+    for (size_t done = 0; done < count; done += kBlockFrames) {
+        if (cancelled.load(std::memory_order_relaxed))
+            return std::nullopt;
+        const size_t frames = std::min(kBlockFrames, count - done);
+        for (size_t c = 0; c < channelCount; ++c) {
+            const float* source = audio.channels[c].data() + first + done;
+            if (gain == 1.0f) {
+                pointers[c] = source;
+                continue;
+            }
+            float* target = unboosted[c].data();
+            for (size_t i = 0; i < frames; ++i)
+                target[i] = source[i] / gain;
+            pointers[c] = target;
+        }
+        meter.add(pointers, frames);
+    }
+    if (cancelled.load(std::memory_order_relaxed))
+        return std::nullopt;
+    result.integratedLUFS = meter.integratedLUFS();
+    result.truePeakDBTP = meter.truePeakDBTP();
+    return result;
+}
+
 std::optional<double> boostedLevel(std::optional<double> measured, double volumeBoost)
 {
     if (!measured || !(volumeBoost > 0.0))

@@ -3,6 +3,9 @@
 // the true peak pass -1 dBTP (above it, the AAC encode of the video distorts).
 #pragma once
 
+#include "audio/AudioBuffer.h"
+
+#include <atomic>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -39,6 +42,22 @@ private:
     size_t m_channels = 0;
     std::vector<float> m_interleaved;
 };
+
+struct RecordingLoudness {
+    // Absent for silence (everything below the absolute gate) or a format the meter refuses.
+    std::optional<double> integratedLUFS;
+    // Absent for digital silence or a format the meter refuses.
+    std::optional<double> truePeakDBTP;
+};
+
+// Measures frames [first, first + count) of `audio`, each sample divided by `gain` first, so a
+// processed (silenced and boosted) recording gives the figures of the user's own file.
+// Returns nothing when `cancelled` turns true on the way; it is read between blocks, so a
+// cancelled measurement of a long recording ends within milliseconds. Any thread; reads
+// `audio` only.
+std::optional<RecordingLoudness> measureRecordingLoudness(const AudioBuffer& audio, size_t first,
+                                                          size_t count, float gain,
+                                                          const std::atomic<bool>& cancelled);
 
 // A measured figure after the boost: measured + 20·log10(boost / 100).
 std::optional<double> boostedLevel(std::optional<double> measured, double volumeBoost);

@@ -54,8 +54,7 @@ void ProcessedAudioBuilder::begin(int sampleRate, int channelCount, int64_t expe
     m_endFrames = silenceFrameCount(m_request.endSilence, sampleRate);
 
     m_result.squareSums.assign(size_t(channelCount), 0.0);
-    m_meter.begin(sampleRate, channelCount);
-    m_meterChannels.assign(size_t(channelCount), nullptr);
+    m_result.sourceOffset = startFrames;
     m_result.audio = std::make_shared<AudioBuffer>();
     m_result.audio->sampleRate = sampleRate;
     m_result.audio->channels.resize(size_t(channelCount));
@@ -151,9 +150,6 @@ void ProcessedAudioBuilder::consume(const Chunk& chunk, size_t frames)
 {
     const float gain = m_request.gain;
     AudioBuffer& audio = *m_result.audio;
-    for (size_t c = 0; c < chunk.size(); ++c)
-        m_meterChannels[c] = chunk[c].data();
-    m_meter.add(m_meterChannels, frames);
     for (size_t c = 0; c < chunk.size(); ++c) {
         const std::span<const float> block(chunk[c].data(), frames);
         accumulateSquares(block, m_result.squareSums[c]);
@@ -194,8 +190,6 @@ ProcessedAudioResult ProcessedAudioBuilder::build(const QString& sourcePath)
         m_changed.notify_all();
         m_worker.join();
     }
-    m_result.integratedLUFS = m_meter.integratedLUFS();
-    m_result.truePeakDBTP = m_meter.truePeakDBTP();
     if (!m_result.decode.ok) {
         // Nothing to play: the started file is not left in the temporary folder.
         if (m_ownedWriter) {

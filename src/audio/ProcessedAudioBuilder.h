@@ -1,6 +1,5 @@
 // Builds the processed recording while the user's file decodes: a worker thread takes the
-// decoded blocks in order, sums their squares for the loudness, feeds the integrated
-// loudness and true-peak meter, writes them with the gain
+// decoded blocks in order, sums their squares for the loudness, writes them with the gain
 // into the processed buffer (after the start silence) and into the temporary float WAV,
 // and cuts the frame slices as whole frames become available. The decoder runs on the
 // calling thread, the rest beside it, so a load costs little more than the decode.
@@ -13,7 +12,6 @@
 #include "audio/AudioDecoder.h"
 #include "audio/FloatWavWriter.h"
 #include "audio/FrameSlicing.h"
-#include "audio/LoudnessNormalisation.h"
 
 #include <QString>
 
@@ -40,9 +38,8 @@ struct ProcessedAudioResult {
     std::shared_ptr<AudioBuffer> audio; // start silence + gained source + end silence
     QString writeError;                 // empty when the WAV was written completely
     FrameAudioSlices slices;
-    // Of the source samples before the gain; absent for silence or an unsupported format.
-    std::optional<double> integratedLUFS;
-    std::optional<double> truePeakDBTP;
+    // Where the source's samples start in `audio`: after the start silence.
+    size_t sourceOffset = 0;
 };
 
 class ProcessedAudioBuilder : private DecodeReceiver {
@@ -89,6 +86,4 @@ private:
     FloatWavWriter* m_writer = nullptr; // null once writing failed
     std::unique_ptr<FloatWavWriter> m_ownedWriter;
     std::vector<float> m_interleaved;
-    IntegratedLoudnessMeter m_meter;
-    std::vector<const float*> m_meterChannels;
 };

@@ -15,6 +15,7 @@
 #include "editor/Placement.h"
 #include "editor/VideoFormat.h"
 #include "render/TransitionInfo.h"
+#include "support/CancellationSource.h"
 
 #include <QColor>
 #include <QObject>
@@ -163,11 +164,15 @@ public:
     // The verdict on boostedLoudnessDB() against the -16 dB target, with its colour.
     LoudnessInfo youtubeLoudnessInfo() const;
     // Integrated loudness (LUFS) and true peak (dBTP) of the loaded recording before the
-    // boost, measured in the load's decode; absent without audio.
+    // boost, measured from the load's decode once the recording is ready (so a long file
+    // plays before its meter has finished); absent without audio and while measuring.
     std::optional<double> integratedLoudnessLUFS() const { return m_integratedLoudnessLUFS; }
     void setIntegratedLoudnessLUFS(std::optional<double> lufs);
     std::optional<double> truePeakDBTP() const { return m_truePeakDBTP; }
     void setTruePeakDBTP(std::optional<double> dbtp);
+    // True from the end of a successful decode until both figures above are in.
+    bool isMeasuringLoudness() const { return m_isMeasuringLoudness; }
+    void setIsMeasuringLoudness(bool measuring);
     // Both with the gain of volumeBoost.
     std::optional<double> boostedIntegratedLoudnessLUFS() const;
     std::optional<double> boostedTruePeakDBTP() const;
@@ -364,11 +369,15 @@ signals:
     void projectLoadFinished(bool succeeded);
     void integratedLoudnessLUFSChanged();
     void truePeakDBTPChanged();
+    void isMeasuringLoudnessChanged();
 
 private:
     // ---- Audio (private) ----
     std::optional<double> m_integratedLoudnessLUFS;
     std::optional<double> m_truePeakDBTP;
+    bool m_isMeasuringLoudness = false;
+    // Stops the measurement of an earlier recording when another is loaded or the editor goes.
+    CancellationSource m_loudnessMeasurement;
 
     // ---- Playback and recording (private) ----
 

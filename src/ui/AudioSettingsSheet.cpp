@@ -281,7 +281,8 @@ AudioSettingsSheet::AudioSettingsSheet(VideoEditorViewModel& viewModel, QWidget*
          {&VideoEditorViewModel::startSilenceDurationChanged,
           &VideoEditorViewModel::endSilenceDurationChanged, &VideoEditorViewModel::transitionDurationChanged,
           &VideoEditorViewModel::volumeBoostChanged, &VideoEditorViewModel::audioLoudnessDBChanged,
-          &VideoEditorViewModel::integratedLoudnessLUFSChanged, &VideoEditorViewModel::truePeakDBTPChanged})
+          &VideoEditorViewModel::integratedLoudnessLUFSChanged, &VideoEditorViewModel::truePeakDBTPChanged,
+          &VideoEditorViewModel::isMeasuringLoudnessChanged})
         connect(&m_viewModel, signal, this, &AudioSettingsSheet::refreshValues);
 
     // Closing the sheet in any way ends the editor's request to show it.
@@ -334,16 +335,18 @@ void AudioSettingsSheet::refreshLoudness()
     verdictPalette.setColor(QPalette::WindowText, info.color);
     m_verdict->setPalette(verdictPalette);
 
-    // Without a measurement the rows show a dash and there is nothing to normalise.
+    // Without a measurement the rows show a dash and there is nothing to normalise; while the
+    // meter is still working through a fresh recording they say so.
+    const QString absent = m_viewModel.isMeasuringLoudness() ? QStringLiteral("mérés…") : QStringLiteral("–");
     const std::optional<double> lufs = m_viewModel.integratedLoudnessLUFS();
     const std::optional<double> boostedLufs = m_viewModel.boostedIntegratedLoudnessLUFS();
     m_integratedLoudness->setText(lufs && boostedLufs
                                           ? formatFixed(*lufs, 1) + QStringLiteral(" LUFS → ") +
                                                     formatFixed(*boostedLufs, 1) + QStringLiteral(" LUFS")
-                                          : QStringLiteral("–"));
+                                          : absent);
     const std::optional<double> peak = m_viewModel.boostedTruePeakDBTP();
     const bool distorts = peak && *peak > kTruePeakCeilingDBTP;
-    m_truePeak->setText(peak ? formatFixed(*peak, 1) + QStringLiteral(" dBTP") : QStringLiteral("–"));
+    m_truePeak->setText(peak ? formatFixed(*peak, 1) + QStringLiteral(" dBTP") : absent);
     QPalette peakPalette = m_truePeak->palette();
     peakPalette.setColor(QPalette::WindowText,
                          distorts ? LoudnessColors::red() : palette().color(QPalette::WindowText));

@@ -76,16 +76,17 @@ TEST_F(AudioLoading, SequencePublishesProgressAndLogLinesInOrderAndSlicesEveryFr
     const QStringList expected = {
             QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*editor.audioLoudnessDB(), 1) +
                     QStringLiteral(" dB RMS"),
-            QStringLiteral("[Audio] Integrált hangosság: ") +
-                    formatFixed(*editor.integratedLoudnessLUFS(), 1) +
-                    QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*editor.truePeakDBTP(), 1) +
-                    QStringLiteral(" dBTP"),
             QStringLiteral("[Audio] Csend hozzáadása: 3.0s elején, 5.0s végén..."),
             QStringLiteral("[Audio] Csend hozzáadva: 3.0s elején, 5.0s végén"),
             QStringLiteral("[Audio] Temp fájl: ") + *editor.audioURL(),
             QStringLiteral("[Audio] Teljes időtartam csendekkel: 10.01s (eredeti + 3.0s + 5.0s)"),
             QStringLiteral("Audio adatok betöltve: 301 frame, 1470 minta/frame"),
             QStringLiteral("[Audio] Betöltés kész: 10.01 mp, frame-ek száma: 301"),
+            // The meter works through the recording once it is ready to play.
+            QStringLiteral("[Audio] Integrált hangosság: ") +
+                    formatFixed(*editor.integratedLoudnessLUFS(), 1) +
+                    QStringLiteral(" LUFS, valódi csúcs: ") + formatFixed(*editor.truePeakDBTP(), 1) +
+                    QStringLiteral(" dBTP"),
     };
     EXPECT_EQ(log.lines(), expected);
 
@@ -431,4 +432,68 @@ TEST_F(AudioLoading, LoadMeasuresIntegratedLoudnessAndTruePeakAndLogsThemOnce)
     drainEvents();
     EXPECT_FALSE(editor.integratedLoudnessLUFS().has_value());
     EXPECT_FALSE(editor.truePeakDBTP().has_value());
+}
+
+TEST_F(AudioLoading, RecordingIsReadyBeforeItsIntegratedLoudnessIsMeasured)
+{
+    AudioBuffer tone = fixtures::sineTone(48000, 1, 5 * 48000, 0.5f, 1000.0);
+    tone.channels.push_back(tone.channels.front());
+    const QString path = fixtures::writeWav(file(QStringLiteral("tone.wav")), tone);
+    bool measuringWhenReady = false;
+    bool figuresWhenReady = true;
+    QObject::connect(&editor, &VideoEditorViewModel::audioLoadFinished, [&](bool succeeded) {
+        ASSERT_TRUE(succeeded);
+        measuringWhenReady = editor.isMeasuringLoudness();
+        figuresWhenReady = editor.integratedLoudnessLUFS().has_value();
+    });
+    ASSERT_TRUE(loadAndWait(editor, path));
+    EXPECT_TRUE(measuringWhenReady);
+    EXPECT_FALSE(figuresWhenReady);
+    EXPECT_FALSE(editor.isMeasuringLoudness());
+    EXPECT_TRUE(editor.integratedLoudnessLUFS().has_value());
+    EXPECT_TRUE(editor.truePeakDBTP().has_value());
+}
+
+TEST_F(AudioLoading, NewerLoadDropsTheMeasurementOfTheEarlierRecording)
+{
+    // A loud recording, then at once a quiet one: only the quiet one's figures may stay.
+    AudioBuffer loud = fixtures::sineTone(48000, 1, 20 * 48000, 0.5f, 1000.0);
+    loud.channels.push_back(loud.channels.front());
+    AudioBuffer quiet = fixtures::sineTone(48000, 1, 2 * 48000, 0.05f, 1000.0);
+    quiet.channels.push_back(quiet.channels.front());
+    const QString loudPath = fixtures::writeWav(file(QStringLiteral("loud.wav")), loud);
+    const QString quietPath = fixtures::writeWav(file(QStringLiteral("quiet.wav")), quiet);
+    bool startedSecond = false;
+    QObject::connect(&editor, &VideoEditorViewModel::audioLoadFinished, [&] {
+        if (!startedSecond) {
+            startedSecond = true;
+            editor.loadAudio(quietPath);
+        }
+    });
+    LogCapture log;
+    editor.loadAudio(loudPath);
+    ASSERT_TRUE(waitUntil([&] { return startedSecond && !editor.isLoadingAudio(); }, 30000));
+    QThreadPool::globalInstance()->waitForDone();
+    drainEvents();
+    ASSERT_TRUE(editor.integratedLoudnessLUFS().has_value());
+    EXPECT_NEAR(*editor.integratedLoudnessLUFS(), -26.0, 0.2);
+    EXPECT_FALSE(editor.isMeasuringLoudness());
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Integrált hangosság: ")).size(), 1);
+}
+
+TEST(AudioLoadingLifetime, EditorDestroyedWhileMeasuringStopsTheMeterQuietly)
+{
+    QTemporaryDir dir;
+    AudioBuffer tone = fixtures::sineTone(48000, 1, 60 * 48000, 0.5f, 1000.0);
+    tone.channels.push_back(tone.channels.front());
+    const QString path = fixtures::writeWav(dir.filePath(QStringLiteral("long.wav")), tone);
+    LogCapture log;
+    {
+        VideoEditorViewModel editor{fixtures::manualPlayerEnvironment(dir.path(), nullptr)};
+        editor.loadAudio(path);
+        ASSERT_TRUE(waitUntil([&] { return !editor.isLoadingAudio(); }, 30000));
+    }
+    QThreadPool::globalInstance()->waitForDone();
+    drainEvents();
+    EXPECT_TRUE(log.linesStartingWith(QStringLiteral("[Audio] Integrált hangosság: ")).isEmpty());
 }

@@ -65,8 +65,15 @@ AudioBuffer pinkNoise(int sampleRate, int channels, double seconds)
     return buffer;
 }
 
-// Decodes `path` through the loading's builder, which measures while it decodes.
-ProcessedAudioResult buildFrom(const QString& path, const QTemporaryDir& dir, double volumeBoost = 100.0)
+struct Measured {
+    bool decoded = false;
+    std::optional<double> integratedLUFS;
+    std::optional<double> truePeakDBTP;
+};
+
+// Decodes `path` through the loading's builder and measures the processed buffer the way a
+// load does: the source's samples between the silences, with the boost taken back out.
+Measured buildFrom(const QString& path, const QTemporaryDir& dir, double volumeBoost = 100.0)
 {
     ProcessedAudioRequest request;
     request.startSilence = 1.0;
@@ -74,7 +81,20 @@ ProcessedAudioResult buildFrom(const QString& path, const QTemporaryDir& dir, do
     request.gain = gainForVolumeBoost(volumeBoost);
     request.wavPath = dir.filePath(QStringLiteral("processed.wav"));
     request.samplesPerFrame = 1470;
-    return ProcessedAudioBuilder(request).build(path);
+    const ProcessedAudioResult built = ProcessedAudioBuilder(request).build(path);
+    Measured measured;
+    measured.decoded = built.decode.ok;
+    if (!built.audio)
+        return measured;
+    const std::atomic<bool> notCancelled{false};
+    const std::optional<RecordingLoudness> loudness = measureRecordingLoudness(
+            *built.audio, built.sourceOffset, size_t(built.sourceFrames), request.gain, notCancelled);
+    EXPECT_TRUE(loudness.has_value());
+    if (loudness) {
+        measured.integratedLUFS = loudness->integratedLUFS;
+        measured.truePeakDBTP = loudness->truePeakDBTP;
+    }
+    return measured;
 }
 
 } // namespace
@@ -88,8 +108,8 @@ TEST(LoudnessNormalisation, StereoSineAtMinus23DBFSPeakMeasuresMinus23LUFS)
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("sine.wav")), stereoSine(48000, 20.0, -23.0));
     // Boosted processing must not change the measurement of the source.
-    const ProcessedAudioResult built = buildFrom(path, dir, 300.0);
-    ASSERT_TRUE(built.decode.ok);
+    const Measured built = buildFrom(path, dir, 300.0);
+    ASSERT_TRUE(built.decoded);
     ASSERT_TRUE(built.integratedLUFS.has_value());
     ASSERT_TRUE(built.truePeakDBTP.has_value());
     EXPECT_NEAR(*built.integratedLUFS, -23.0, 0.1);
@@ -104,7 +124,7 @@ TEST(LoudnessNormalisation, PinkNoiseAgreesWithFfmpegEbur128FilterWithinATenthOf
     QTemporaryDir dir;
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("pink.wav")), pinkNoise(48000, 2, 15.0));
-    const ProcessedAudioResult built = buildFrom(path, dir);
+    const Measured built = buildFrom(path, dir);
     ASSERT_TRUE(built.integratedLUFS.has_value());
 
     // Figure of ffmpeg 5.1's ebur128 filter on this very file (Debian 12,
@@ -134,8 +154,8 @@ TEST(LoudnessNormalisation, SilenceHasNoIntegratedLoudnessOrTruePeak)
     QTemporaryDir dir;
     const QString path = fixtures::writeWav(dir.filePath(QStringLiteral("silence.wav")),
                                             fixtures::silence(48000, 2, 96000));
-    const ProcessedAudioResult built = buildFrom(path, dir);
-    ASSERT_TRUE(built.decode.ok);
+    const Measured built = buildFrom(path, dir);
+    ASSERT_TRUE(built.decoded);
     EXPECT_FALSE(built.integratedLUFS.has_value());
     EXPECT_FALSE(built.truePeakDBTP.has_value());
 }
@@ -157,7 +177,7 @@ TEST(LoudnessNormalisation, NormaliseBoostForMinus26LUFSWithLowPeaksIs398Percent
     QTemporaryDir dir;
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("quiet.wav")), stereoSine(48000, 10.0, -26.0));
-    const ProcessedAudioResult built = buildFrom(path, dir);
+    const Measured built = buildFrom(path, dir);
     ASSERT_TRUE(built.integratedLUFS.has_value());
     EXPECT_NEAR(*built.integratedLUFS, -26.0, 0.1);
     EXPECT_EQ(normalisationBoost(built.integratedLUFS, built.truePeakDBTP), 398.0);
@@ -179,4 +199,36 @@ TEST(LoudnessNormalisation, NormaliseBoostIsClampedToTheSliderRange)
     EXPECT_EQ(normalisationBoost(2.0, 3.0), 25.0);
     EXPECT_EQ(normalisationBoost(-14.0, -10.0), 100.0);
     EXPECT_FALSE(normalisationBoost(std::nullopt, -10.0).has_value());
+}
+
+TEST(LoudnessNormalisation, CancelledMeasurementGivesNothing)
+{
+    const AudioBuffer tone = stereoSine(48000, 5.0, -10.0);
+    const std::atomic<bool> cancelled{true};
+    EXPECT_FALSE(measureRecordingLoudness(tone, 0, size_t(tone.frameCount()), 1.0f, cancelled).has_value());
+}
+
+TEST(LoudnessNormalisation, MeasurementReadsOnlyTheSourceBetweenTheSilencesAndUndoesTheBoost)
+{
+    // Two seconds of silence, the tone boosted by 2, one second of silence.
+    const AudioBuffer tone = stereoSine(48000, 5.0, -20.0);
+    AudioBuffer processed;
+    processed.sampleRate = 48000;
+    for (const std::vector<float>& source : tone.channels) {
+        std::vector<float> channel(2 * 48000, 0.0f);
+        for (const float sample : source)
+            channel.push_back(sample * 2.0f);
+        channel.insert(channel.end(), 48000, 0.0f);
+        processed.channels.push_back(std::move(channel));
+    }
+    const std::atomic<bool> notCancelled{false};
+    const std::optional<RecordingLoudness> direct =
+            measureRecordingLoudness(tone, 0, size_t(tone.frameCount()), 1.0f, notCancelled);
+    const std::optional<RecordingLoudness> fromProcessed =
+            measureRecordingLoudness(processed, 2 * 48000, size_t(tone.frameCount()), 2.0f, notCancelled);
+    ASSERT_TRUE(direct && fromProcessed);
+    ASSERT_TRUE(direct->integratedLUFS && fromProcessed->integratedLUFS);
+    EXPECT_NEAR(*fromProcessed->integratedLUFS, *direct->integratedLUFS, 1e-6);
+    EXPECT_NEAR(*fromProcessed->truePeakDBTP, *direct->truePeakDBTP, 1e-6);
+    EXPECT_NEAR(*direct->integratedLUFS, -20.0, 0.1);
 }

@@ -212,6 +212,21 @@ TEST_F(AudioSettingsSheetTest, WithNoAudioTheLoudnessRowsShowDashesAndNormalisin
     EXPECT_FALSE(normalise->isEnabled());
 }
 
+TEST_F(AudioSettingsSheetTest, WhileTheMeterWorksTheRowsSaySoAndNormalisingWaits)
+{
+    editor.setIsMeasuringLoudness(true);
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("mérés…"));
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("mérés…"));
+    EXPECT_FALSE(child<QPushButton>("normaliseButton")->isEnabled());
+
+    editor.setIntegratedLoudnessLUFS(-20.0);
+    editor.setTruePeakDBTP(-9.0);
+    editor.setIsMeasuringLoudness(false);
+    EXPECT_EQ(text("integratedLoudnessValue"), QStringLiteral("-20.0 LUFS → -20.0 LUFS"));
+    EXPECT_EQ(text("truePeakValue"), QStringLiteral("-9.0 dBTP"));
+    EXPECT_TRUE(child<QPushButton>("normaliseButton")->isEnabled());
+}
+
 TEST_F(AudioSettingsSheetTest, IntegratedLoudnessAndTruePeakFollowTheBoostSlider)
 {
     editor.setIntegratedLoudnessLUFS(-20.0);
