@@ -10,11 +10,11 @@
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"
+#include "support/ThreadHandover.h"
 #include "support/ValueFormat.h"
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace {
 
@@ -29,14 +29,13 @@ void computeAndPublishWaveform(std::shared_ptr<QPointer<VideoEditorViewModel>> e
     std::vector<float> bars;
     if (DecodeResult decoded = decodeAudioFile(url); decoded.audio && !decoded.audio->channels.empty())
         bars = waveformBars(decoded.audio->channels.front());
-    QMetaObject::invokeMethod(
-            application,
-            [editor = std::move(editor), bars = std::move(bars)]() mutable {
-                VideoEditorViewModel* target = editor->data();
-                if (target && bars.size() == kWaveformBarCount)
-                    target->setWaveformData(std::move(bars));
-            },
-            Qt::QueuedConnection);
+    QMetaObject::invokeMethod(application,
+                              handedOver([editor = std::move(editor), bars = std::move(bars)]() mutable {
+                                  VideoEditorViewModel* target = editor->data();
+                                  if (target && bars.size() == kWaveformBarCount)
+                                      target->setWaveformData(std::move(bars));
+                              }),
+                              Qt::QueuedConnection);
 }
 
 } // namespace
@@ -116,7 +115,7 @@ void VideoEditorViewModel::generateWaveformSync(const QString& url)
 void VideoEditorViewModel::generateWaveform(const QString& url)
 {
     auto editor = std::make_shared<QPointer<VideoEditorViewModel>>(this);
-    (void)QtConcurrent::run([editor = std::move(editor), url]() mutable {
+    runInBackground([editor = std::move(editor), url]() mutable {
         computeAndPublishWaveform(std::move(editor), url);
     });
 }

@@ -10,10 +10,10 @@
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"
+#include "support/ThreadHandover.h"
 #include "support/ValueFormat.h"
 
 #include <QCoreApplication>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <memory>
 
@@ -43,14 +43,12 @@ void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditor
     QCoreApplication* application = QCoreApplication::instance();
     if (!application)
         return; // the program is shutting down: nobody is left to show the results
-    QMetaObject::invokeMethod(
-            application,
-            [state, step = std::move(step), afterFailure] {
-                VideoEditorViewModel* editor = state->editor.data();
-                if (editor && (!state->failed || afterFailure == AfterFailure::Run))
-                    step(*editor);
-            },
-            Qt::QueuedConnection);
+    QMetaObject::invokeMethod(application, handedOver([state, step = std::move(step), afterFailure] {
+                                  VideoEditorViewModel* editor = state->editor.data();
+                                  if (editor && (!state->failed || afterFailure == AfterFailure::Run))
+                                      step(*editor);
+                              }),
+                              Qt::QueuedConnection);
 }
 
 void postLog(const std::shared_ptr<RunState>& state, const QString& line)
@@ -82,8 +80,8 @@ public:
     ~HandBack()
     {
         if (QCoreApplication* application = QCoreApplication::instance()) {
-            QMetaObject::invokeMethod(
-                    application, [state = std::move(m_state)] { (void)state; }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(application, handedOver([state = std::move(m_state)] { (void)state; }),
+                                      Qt::QueuedConnection);
         }
     }
     HandBack(const HandBack&) = delete;
@@ -259,7 +257,7 @@ void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest reque
     auto state = std::make_shared<RunState>();
     state->editor = &editor;
     // Fire and forget: the results arrive as queued calls.
-    (void)QtConcurrent::run(
+    runInBackground(
             [state = std::move(state), request = std::move(request), hooks = std::move(hooks)]() mutable {
                 runAudioPipeline(std::move(state), request, hooks);
             });

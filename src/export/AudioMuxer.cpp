@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <cmath>
 
@@ -62,7 +61,6 @@ std::shared_ptr<const EncodedAudio> audioFor(const QString& audioPath, double vi
                                              std::optional<PreparedAudio> prepared, QString* error)
 {
     if (prepared) {
-        prepared->waitForFinished();
         std::shared_ptr<const EncodedAudio> audio = prepared->result();
         if (audio && isSameSource(*audio, audioPath) && audio->sampleRate > 0 &&
             std::llround(audio->maxDuration * audio->sampleRate) ==
@@ -233,8 +231,8 @@ void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
 
     logLine(QStringLiteral("[Audio] Export session start..."));
     // Detached work item: its completion is the only result.
-    (void)QtConcurrent::run([videoPath, audioPath, temporaryPath, duration, prepared = std::move(prepared),
-                             completion = std::move(completion)]() mutable {
+    runInBackground([videoPath, audioPath, temporaryPath, duration, prepared = std::move(prepared),
+                     completion = std::move(completion)]() mutable {
         QString error;
         const std::shared_ptr<const EncodedAudio> audio =
                 audioFor(audioPath, duration, std::move(prepared), &error);

@@ -5,15 +5,15 @@
 #pragma once
 
 #include "export/AacEncoder.h"
+#include "support/ThreadHandover.h"
 
-#include <QFuture>
 #include <QString>
 
 #include <functional>
 #include <memory>
 #include <optional>
 
-using PreparedAudio = QFuture<std::shared_ptr<const EncodedAudio>>;
+using PreparedAudio = BackgroundResult<std::shared_ptr<const EncodedAudio>>;
 
 // The file name of the muxed result while it is being written.
 inline const QString kTemporaryMuxName = QStringLiteral("temp_with_audio.mov");

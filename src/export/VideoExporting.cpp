@@ -5,10 +5,10 @@
 #include "export/VideoExport.h"
 #include "support/Dialogs.h"
 #include "support/Log.h"
+#include "support/ThreadHandover.h"
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace {
 
@@ -17,7 +17,8 @@ namespace {
 // work checks its weak pointer there.
 void postToMain(std::function<void()> work)
 {
-    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(work), Qt::QueuedConnection);
+    QMetaObject::invokeMethod(QCoreApplication::instance(), handedOver(std::move(work)),
+                              Qt::QueuedConnection);
 }
 
 QString progressText(int64_t written, int64_t total)
@@ -66,12 +67,12 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     std::optional<PreparedAudio> prepared;
     if (m_audioURL && m_exportFPS > 0) {
         const double videoDuration = static_cast<double>(job->frames.size()) / m_exportFPS;
-        prepared = QtConcurrent::run(
+        prepared = computeInBackground(
                 [path = *m_audioURL, videoDuration]() { return encodeAac(path, videoDuration, nullptr); });
     }
 
     QPointer<VideoEditorViewModel> editor(this);
-    (void)QtConcurrent::run([job, editor, prepared]() {
+    runInBackground([job, editor, prepared]() {
         const VideoExportResult result = runVideoExport(
                 *job,
                 [editor](int64_t written, int64_t total) {
