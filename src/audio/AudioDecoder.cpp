@@ -92,10 +92,11 @@ int64_t seekDevice(void* opaque, int64_t offset, int whence)
     if (target < 0)
         return -1;
     // A file can be positioned past its end, where the next read finds the end of the data;
-    // a QBuffer refuses such a seek, and FFmpeg's demuxers then take a different path (a WAV
-    // chunk whose size points past the end was read on into the bytes after it). Every device
-    // behaves like a file here, so that bytes in memory decode exactly as the same file does.
-    // FFmpeg keeps its own position and only ever seeks to an absolute one.
+    // a QBuffer refuses such a seek, and FFmpeg's demuxers then go on reading where they
+    // stood (the WAV reader took the bytes behind a chunk that reaches past the end for more
+    // chunks, and a data chunk among them for more of the recording). Every device behaves
+    // like a file here, so that bytes in memory decode exactly as the same file does. FFmpeg
+    // keeps its own position and only ever seeks to an absolute one.
     if (target > device->size())
         return device->seek(device->size()) ? target : -1;
     return device->seek(target) ? target : -1;
