@@ -48,6 +48,11 @@ using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
 
+// The sample rates a recording can have: from 1 kHz (below any speech or music recording)
+// to 768 kHz (eight times 96 kHz, the highest of recording equipment).
+constexpr int kMinSampleRate = 1000;
+constexpr int kMaxSampleRate = 768000;
+
 QString ffmpegError(int code)
 {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -84,6 +89,16 @@ int64_t seekDevice(void* opaque, int64_t offset, int whence)
     default:
         return -1;
     }
+    if (target < 0)
+        return -1;
+    // A file can be positioned past its end, where the next read finds the end of the data;
+    // a QBuffer refuses such a seek, and FFmpeg's demuxers then go on reading where they
+    // stood (the WAV reader took the bytes behind a chunk that reaches past the end for more
+    // chunks, and a data chunk among them for more of the recording). Every device behaves
+    // like a file here, so that bytes in memory decode exactly as the same file does. FFmpeg
+    // keeps its own position and only ever seeks to an absolute one.
+    if (target > device->size())
+        return device->seek(device->size()) ? target : -1;
     return device->seek(target) ? target : -1;
 }
 
@@ -176,7 +191,12 @@ bool Session::open(QIODevice& device, QString* error)
         *error = ffmpegError(result);
         return false;
     }
-    if (m_codec->sample_rate <= 0 || m_codec->ch_layout.nb_channels <= 0) {
+    // A rate outside what recording equipment uses is a broken or hostile header. Too high,
+    // and the silences the load adds, counted in sample frames, take gigabytes before a
+    // single sample of the file is read; too low, and a few hundred bytes of samples last
+    // for hours, each second of which costs the frame store its per-frame slices.
+    if (m_codec->sample_rate < kMinSampleRate || m_codec->sample_rate > kMaxSampleRate ||
+        m_codec->ch_layout.nb_channels <= 0) {
         *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
         return false;
     }

@@ -1,6 +1,7 @@
 // Decodes a whole audio file (anything FFmpeg reads: WAV in any PCM or float layout, MP3,
 // M4A/AAC, FLAC, OGG...) into 32-bit float samples, one vector per channel, at the file's
-// own sample rate and channel count. Runs on any thread; each call is independent.
+// own sample rate and channel count. A sample rate below 1 kHz or above 768 kHz is refused
+// as a broken header. Runs on any thread; each call is independent.
 #pragma once
 
 #include "audio/AudioBuffer.h"

@@ -1,10 +1,12 @@
 #include "images/ImageLoading.h"
 
+#include <QBuffer>
 #include <QImageReader>
 
-std::optional<QImage> loadImageFile(const QString& path)
+namespace {
+
+std::optional<QImage> readPageImage(QImageReader& reader)
 {
-    QImageReader reader(path);
     // Rotates and mirrors by the EXIF orientation tag (JPEG, TIFF, WebP...).
     reader.setAutoTransform(true);
     // The reader checks the picture's declared size against QImageReader::allocationLimit()
@@ -14,4 +16,22 @@ std::optional<QImage> loadImageFile(const QString& path)
         return std::nullopt;
     image.setDevicePixelRatio(1.0);
     return image;
+}
+
+} // namespace
+
+std::optional<QImage> loadImageFile(const QString& path)
+{
+    QImageReader reader(path);
+    return readPageImage(reader);
+}
+
+std::optional<QImage> loadImageData(const QByteArray& bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    if (!buffer.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    QImageReader reader(&buffer);
+    return readPageImage(reader);
 }

@@ -1,6 +1,7 @@
-// Reading a picture file into a page image. Pure function, any thread.
+// Reading a picture file into a page image. Pure functions, any thread.
 #pragma once
 
+#include <QByteArray>
 #include <QImage>
 #include <QString>
 
@@ -11,3 +12,7 @@
 // Nothing is returned for a missing, broken or empty file, or for a picture larger than Qt's
 // image allocation limit; the caller ignores such files silently, so nothing is logged.
 std::optional<QImage> loadImageFile(const QString& path);
+
+// The same for a picture file's bytes already in memory; the format is recognised from the
+// content alone, since there is no file name to go by.
+std::optional<QImage> loadImageData(const QByteArray& bytes);

@@ -12,6 +12,7 @@
 
 #include <memory>
 
+class QIODevice;
 class QPdfDocument;
 
 constexpr double kPdfPageDensity = 2.0;
@@ -20,13 +21,18 @@ constexpr double kPdfPageDensity = 2.0;
 // short beyond repair, or locked with a password).
 std::unique_ptr<QPdfDocument> openPdfDocument(const QString& path);
 
+// The same for a PDF read from a device (a file, or a buffer in memory). The document reads
+// from the device while it lives: the device must stay open and outlive it.
+std::unique_ptr<QPdfDocument> openPdfDocument(QIODevice* device);
+
 // Whether the document can supply the page: the index exists and the page has a size.
 bool pdfPageAvailable(const QPdfDocument& document, int pageIndex);
 
 // The page's media box in points; empty when the page cannot be supplied.
 QSizeF pdfPageSizeInPoints(const QPdfDocument& document, int pageIndex);
 
-// The page rendered at two pixels per point (less only for a page too large to hold in memory
-// at that density), composited on white so that transparent areas come out white, with the
-// matching devicePixelRatio. A null image when the page cannot be supplied or rendered.
-QImage renderPdfPage(QPdfDocument& document, int pageIndex);
+// The page rendered at `density` pixels per point, two for the page list (less only for a page
+// too large to hold in memory at that density), composited on white so that transparent areas
+// come out white, with the matching devicePixelRatio. A null image when the page cannot be
+// supplied or rendered.
+QImage renderPdfPage(QPdfDocument& document, int pageIndex, double density = kPdfPageDensity);
