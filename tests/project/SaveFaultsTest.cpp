@@ -163,8 +163,8 @@ TEST(SaveKilled, SaveKilledAtRandomPointsLeavesTheOldOrTheNewProject)
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     ScriptedDialogs dialogs;
-    // Two versions of one long project (an hour and a half of frames, several megabytes).
-    constexpr int64_t kFrames = 40000;
+    // Two versions of one long project (a quarter of an hour of frames, megabytes of text).
+    constexpr int64_t kFrames = 25000;
     VideoEditorViewModel older(testEnvironment(dialogs));
     VideoEditorViewModel newer(testEnvironment(dialogs));
     for (VideoEditorViewModel* editor : {&older, &newer}) {
@@ -187,6 +187,9 @@ TEST(SaveKilled, SaveKilledAtRandomPointsLeavesTheOldOrTheNewProject)
     const QByteArray newerBytes = readFile(newerPath);
     ASSERT_GT(olderBytes.size(), 1024 * 1024);
     ASSERT_NE(olderBytes, newerBytes);
+    // Both are whole projects, so a file equal to either one is a project that loads.
+    ASSERT_TRUE(decodeProject(olderBytes).has_value());
+    ASSERT_TRUE(decodeProject(newerBytes).has_value());
     QFile::remove(newerPath);
 
     auto* progress = static_cast<SaveProgress*>(
@@ -226,8 +229,6 @@ TEST(SaveKilled, SaveKilledAtRandomPointsLeavesTheOldOrTheNewProject)
             ADD_FAILURE() << "kill " << kill << " left " << bytes.size() << " bytes that are neither version";
             break;
         }
-        // A decodable project, not just some bytes.
-        ASSERT_TRUE(decodeProject(bytes).has_value()) << "kill " << kill;
         // A killed save leaves no half-written file beside the project either.
         ASSERT_EQ(filesIn(dir.path()), QStringList{QStringLiteral("killed.vnk")}) << "kill " << kill;
     }
