@@ -96,10 +96,16 @@ bool FloatWavWriter::writeHeader(QString* error)
 
 bool FloatWavWriter::writeBytes(const char* data, int64_t size, QString* error)
 {
-    if (m_file.write(data, size) != size) {
-        if (error)
-            *error = m_file.errorString();
-        return false;
+    // A short write (the disk filled up mid-way) is followed by another attempt at the rest,
+    // which then fails with the reason the error message should give.
+    for (int64_t done = 0; done < size;) {
+        const int64_t written = m_file.write(data + done, size - done);
+        if (written <= 0) {
+            if (error)
+                *error = m_file.errorString();
+            return false;
+        }
+        done += written;
     }
     return true;
 }

@@ -4,9 +4,6 @@
 #include "export/PictureConverter.h"
 #include "support/Log.h"
 
-#include <QFile>
-#include <QFileInfo>
-
 #include <atomic>
 #include <thread>
 
@@ -61,13 +58,13 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     logLine(QStringLiteral("[Export] FPS: %1").arg(job.exportFPS));
     logLine(kRule);
 
-    // An existing file is replaced. A directory of that name is left alone (and makes the
-    // writer fail): an export never deletes a folder.
-    if (QFileInfo(job.destination).isFile() || QFileInfo(job.destination).isSymLink())
-        QFile::remove(job.destination);
-
     logLine(QStringLiteral("[Export] Writer létrehozása..."));
-    VideoWriter writer(job.destination, job.width, job.height, job.exportFPS);
+    // The video is written under a temporary name beside the destination: an existing file
+    // there is replaced only by a finished video, never by a broken or half-written one. A
+    // destination that is a folder, or a folder that takes no new file, fails the start.
+    QString partialError;
+    std::shared_ptr<PartialVideoFile> partial = PartialVideoFile::create(job.destination, &partialError);
+    VideoWriter writer(partial ? partial->path() : QString(), job.width, job.height, job.exportFPS);
     QString createError;
     if (!writer.prepare(&createError)) {
         result.threw = true;
@@ -78,9 +75,10 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     logLine(QStringLiteral("[Export] Video track OK"));
 
     logLine(QStringLiteral("[Export] Writer startWriting..."));
-    if (!writer.startWriting()) {
+    if (!partial || !writer.startWriting()) {
+        const QString reason = partial ? writer.errorText() : partialError;
         logLine(QStringLiteral("[Export] FATAL: startWriting() failed! Error: %1")
-                        .arg(writer.errorText().isEmpty() ? QStringLiteral("nil") : writer.errorText()));
+                        .arg(reason.isEmpty() ? QStringLiteral("nil") : reason));
         result.threw = true;
         result.exceptionLog = QStringLiteral("Error Domain=ExportError Code=-1 \"(null)\"");
         result.exceptionText = QStringLiteral("A művelet nem hajtható végre. (ExportError hiba: -1.)");
@@ -138,5 +136,9 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     logLine(kRule);
     result.status = writer.status();
     result.writerError = writer.errorText();
+    if (result.status == VideoWriterStatus::completed)
+        result.video = std::move(partial);
+    else
+        partial->discard();
     return result;
 }

@@ -1,9 +1,11 @@
 // The video export: every frame of a snapshot rendered, converted and written to an H.264
 // QuickTime file. A render thread works ahead of the encoder through a small queue; a frame
-// that looks exactly like its predecessor re-sends the previous converted picture.
+// that looks exactly like its predecessor re-sends the previous converted picture. The file
+// is written under a temporary name beside the destination and handed back unplaced.
 // runVideoExport runs on a background thread and reports through callbacks.
 #pragma once
 
+#include "export/PartialVideoFile.h"
 #include "export/VideoWriter.h"
 #include "render/FrameSnapshot.h"
 
@@ -11,6 +13,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 struct VideoExportJob {
@@ -30,6 +33,9 @@ struct VideoExportResult {
     QString exceptionText; // for the alert
     int64_t picturesRendered = 0;
     int64_t picturesReused = 0;
+    // The finished video under its temporary name, for the caller to mux and put in place;
+    // null unless the status is completed (a failed file is already removed).
+    std::shared_ptr<PartialVideoFile> video;
 };
 
 // Writes the job's frames with the log lines of the export; `progress(written, total)` is

@@ -108,6 +108,9 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
 
         const QString destination = job->destination;
         const int64_t frameCount = static_cast<int64_t>(job->frames.size());
+        // The finished video waits under its temporary name until the sound is in; it takes
+        // the destination's place only then. Should the editor be gone, the last copy of
+        // `result` removes it.
         postToMain([editor, result, destination, frameCount, prepared] {
             if (!editor)
                 return;
@@ -117,15 +120,25 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
             if (result.status == VideoWriterStatus::completed && editor->audioURL()) {
                 logLine(QStringLiteral("[Export] Video kész, audio hozzáadása..."));
                 editor->setSavingProgressText(QStringLiteral("Video kész, audio hozzáadása..."));
+                const std::shared_ptr<PartialVideoFile> video = result.video;
                 muxAudioIntoVideo(
-                        destination, *editor->audioURL(),
-                        [editor, destination, frameCount](bool ok) {
-                            postToMain([editor, destination, frameCount, ok] {
+                        video->path(), *editor->audioURL(),
+                        [editor, video, destination, frameCount](bool ok) {
+                            // With or without its sound, the video is finished now. Should the
+                            // move fail, the destination keeps what it had.
+                            QString placeError;
+                            const bool placed = video->commit(&placeError);
+                            if (!placed)
+                                logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(placeError));
+                            postToMain([editor, destination, frameCount, ok, placed, placeError] {
                                 if (!editor)
                                     return;
                                 editor->setIsSavingProject(false);
                                 Dialogs* alerts = editor->environment().dialogs;
-                                if (ok) {
+                                if (!placed) {
+                                    alerts->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
+                                                  placeError);
+                                } else if (ok) {
                                     alerts->alert(AlertStyle::informational,
                                                   QStringLiteral("Export kész audio-val!"),
                                                   QStringLiteral("%1 frame + audio exportálva:\n%2")
@@ -142,9 +155,17 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                         },
                         prepared);
             } else if (result.status == VideoWriterStatus::completed) {
+                QString placeError;
+                const bool placed = result.video->commit(&placeError);
                 editor->setIsSavingProject(false);
-                dialogs->alert(AlertStyle::informational, QStringLiteral("Export kész!"),
-                               QStringLiteral("%1 frame exportálva:\n%2").arg(frameCount).arg(destination));
+                if (placed) {
+                    dialogs->alert(
+                            AlertStyle::informational, QStringLiteral("Export kész!"),
+                            QStringLiteral("%1 frame exportálva:\n%2").arg(frameCount).arg(destination));
+                } else {
+                    logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(placeError));
+                    dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"), placeError);
+                }
             } else {
                 editor->setIsSavingProject(false);
                 dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),

@@ -1,4 +1,3 @@
-#include "audio/FloatWavWriter.h"
 #include "export/AudioMuxer.h"
 #include "support/EventLoop.h"
 #include "support/ExportFixtures.h"
@@ -11,38 +10,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
-#include <csignal>
-#include <cstdio>
-#include <random>
-#include <sys/resource.h>
-#include <unistd.h>
-
 namespace {
-
-// A page of random pixels: it does not compress, so a few frames make a sizeable file.
-QImage noisePage(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    std::mt19937 random(42);
-    for (int y = 0; y < size.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < size.width(); ++x)
-            line[x] = qRgb(int(random() % 256), int(random() % 256), int(random() % 256));
-    }
-    return image;
-}
-
-// A recording of white noise: AAC cannot make it small.
-QString writeNoiseWav(const QString& path, double seconds)
-{
-    AudioBuffer buffer = tone(48000, 2, seconds);
-    std::mt19937 random(7);
-    for (auto& channel : buffer.channels)
-        for (float& sample : channel)
-            sample = float(int(random() % 2001) - 1000) / 2000.0f;
-    QString error;
-    return writeFloatWav(path, buffer, &error) ? path : QString();
-}
 
 class ExportWithAudio : public ::testing::Test {
 protected:
@@ -176,71 +144,4 @@ TEST_F(ExportWithAudio, ZeroFramesWithAudioKeepTheEmptyVideoAndWarn)
     EXPECT_EQ(alert.message, QStringLiteral("Video OK, audio hiba!"));
     EXPECT_TRUE(QFile::exists(video));
     EXPECT_FALSE(QFile::exists(path(kTemporaryMuxName)));
-}
-
-// The file system refuses to grow files past a limit (as a full disk does) in a child
-// process, where the limit cannot touch the rest of the test run.
-namespace {
-
-void exportUnderFileSizeLimit(const QString& folder, rlim_t limit, bool withAudio)
-{
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit current{};
-    getrlimit(RLIMIT_FSIZE, &current);
-    rlimit small{limit, current.rlim_max};
-    if (setrlimit(RLIMIT_FSIZE, &small) != 0)
-        std::_Exit(3);
-    ScriptedDialogs dialogs;
-    VideoEditorViewModel editor(testEnvironment(dialogs));
-    setPages(editor, {noisePage(QSize(1920, 1080))});
-    ensureFrames(editor, 90);
-    assignFrames(editor, 0, 90, 0);
-    if (withAudio)
-        editor.setAudioURL(folder + QStringLiteral("/noise.wav"));
-    editor.exportVideoFile(folder + QStringLiteral("/full.mov"));
-    if (!waitForAlerts(dialogs, 1, 120000))
-        std::_Exit(4);
-    QThread::msleep(100);
-    drainEvents();
-    const auto alerts = dialogs.alerts();
-    std::fprintf(stderr, "alerts=%zu style=%d message=%s temp=%d\n", alerts.size(), int(alerts.back().style),
-                 alerts.back().message.toUtf8().constData(),
-                 int(QFile::exists(folder + QStringLiteral("/") + kTemporaryMuxName)));
-    std::fflush(stderr);
-    std::_Exit(0);
-}
-
-} // namespace
-
-TEST(ExportFaults, DiskFillingUpDuringTheVideoEndsInExportHiba)
-{
-    QTemporaryDir dir;
-    EXPECT_EXIT(exportUnderFileSizeLimit(dir.path(), 100 * 1024, false), ::testing::ExitedWithCode(0),
-                "alerts=1 style=2 message=Export hiba temp=0");
-}
-
-TEST(ExportFaults, DiskFillingUpDuringTheMuxKeepsTheSilentVideoAndLeavesNoTemporaryFile)
-{
-    QTemporaryDir dir;
-    ASSERT_FALSE(writeNoiseWav(dir.filePath(QStringLiteral("noise.wav")), 3.0).isEmpty());
-    // Measure the silent video first, then allow it but not it plus its sound.
-    {
-        ScriptedDialogs dialogs;
-        VideoEditorViewModel editor(testEnvironment(dialogs));
-        setPages(editor, {noisePage(QSize(1920, 1080))});
-        ensureFrames(editor, 90);
-        assignFrames(editor, 0, 90, 0);
-        editor.exportVideoFile(dir.filePath(QStringLiteral("full.mov")));
-        ASSERT_TRUE(waitForAlerts(dialogs));
-        ASSERT_EQ(dialogs.alerts().back().message, QStringLiteral("Export kész!"));
-    }
-    const qint64 silentSize = QFileInfo(dir.filePath(QStringLiteral("full.mov"))).size();
-    ASSERT_GT(silentSize, 100000);
-    // Three seconds of noise at 256 kb/s add about 96 kB.
-    const rlim_t limit = static_cast<rlim_t>(silentSize + 40 * 1024);
-    EXPECT_EXIT(exportUnderFileSizeLimit(dir.path(), limit, true), ::testing::ExitedWithCode(0),
-                "alerts=1 style=1 message=Video OK, audio hiba! temp=0");
-    const VideoProbe probe = probeVideo(dir.filePath(QStringLiteral("full.mov")));
-    EXPECT_EQ(probe.videoPackets, 90);
-    EXPECT_EQ(probe.audioStreams, 0);
 }

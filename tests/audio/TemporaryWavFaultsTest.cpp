@@ -1,0 +1,185 @@
+// The rendered recording (silence + boosted audio + silence) on a disk that fills up while it
+// is written: loading, reloading with new silences and the synchronous rendering all fail
+// with their log lines, leave no partly written WAV behind, keep the recording in use and
+// the project files as they were, and work again once there is room.
+#include "editor/VideoEditorViewModel.h"
+#include "support/EventLoop.h"
+#include "support/FaultFixtures.h"
+#include "support/Log.h"
+#include "support/PlaybackFixtures.h"
+#include "support/ProjectFixtures.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSignalSpy>
+
+#include <cerrno>
+
+using FaultFixtures::FileSizeLimit;
+using ProjectFixtures::ProjectEditor;
+using ProjectFixtures::readFile;
+
+namespace {
+
+// Room for about a tenth of a second of the 44.1 kHz mono float WAV; every rendering here
+// lasts seconds.
+constexpr rlim_t kRoom = 16 * 1024;
+
+class TemporaryWavFaults : public ::testing::Test {
+protected:
+    ProjectEditor project;
+    VideoEditorViewModel& editor = project.editor();
+    QString first;
+    QString second;
+
+    void SetUp() override
+    {
+        editor.setStartSilenceDuration(1.0);
+        editor.setEndSilenceDuration(1.0);
+        first = project.writeTone(QStringLiteral("first.wav"), 2.0);
+        second = project.writeTone(QStringLiteral("second.wav"), 3.0);
+        ASSERT_TRUE(project.loadAudioAndWait(first));
+        editor.autoSaveTimer()->stop();
+        editor.setImages(makePageItems({makePageImage(80, 60, Qt::red)}));
+        editor.updateFrameManagerImages();
+        for (int64_t frame = 0; frame < 40; ++frame)
+            editor.assignImageWithIndex(editor.images()[0].image(), frame, 0);
+    }
+
+    // The rendered recordings in the editor's temporary folder.
+    QStringList renderedFiles() const
+    {
+        return QDir(project.file(QString()))
+                .entryList({QStringLiteral("audio_with_silence_*")}, QDir::Files | QDir::Hidden, QDir::Name);
+    }
+
+    // The recording in use and everything that depends on it.
+    struct InUse {
+        std::optional<QString> audioURL;
+        QByteArray audioBytes;
+        double duration = 0.0;
+        int64_t frames = 0;
+        std::optional<int> page;
+        std::vector<float> waveform;
+    };
+
+    InUse inUse() const
+    {
+        InUse state;
+        state.audioURL = editor.audioURL();
+        state.audioBytes = state.audioURL ? readFile(*state.audioURL) : QByteArray();
+        state.duration = editor.duration();
+        state.frames = editor.getFrameManager().getFrameCount();
+        const auto record = editor.getFrameManager().getFrame(20);
+        state.page = record ? record->assignedImageIndex : std::nullopt;
+        state.waveform = editor.waveformData();
+        return state;
+    }
+
+    void expectStillInUse(const InUse& before) const
+    {
+        const InUse now = inUse();
+        EXPECT_EQ(now.audioURL, before.audioURL);
+        EXPECT_EQ(now.audioBytes, before.audioBytes);
+        EXPECT_EQ(now.duration, before.duration);
+        EXPECT_EQ(now.frames, before.frames);
+        EXPECT_EQ(now.page, before.page);
+        EXPECT_EQ(now.waveform, before.waveform);
+        EXPECT_FALSE(editor.isLoadingAudio());
+    }
+};
+
+TEST_F(TemporaryWavFaults, LoadOnAFullDiskFailsWithTheSilenceErrorLeavesNoWavAndKeepsTheRecording)
+{
+    const QString projectPath = project.file(QStringLiteral("saved.vnk"));
+    ASSERT_TRUE(editor.saveProjectToFileSync(projectPath));
+    editor.autoSaveProject();
+    const QByteArray savedProject = readFile(projectPath);
+    const QByteArray savedAutosave = readFile(editor.getAutoSavePath());
+    const QStringList renderedBefore = renderedFiles();
+    ASSERT_EQ(renderedBefore.size(), 1);
+    const InUse before = inUse();
+
+    QSignalSpy autosaves(&editor, &VideoEditorViewModel::autoSaveScheduled);
+    LogCapture log;
+    {
+        const FileSizeLimit full(kRoom);
+        ASSERT_TRUE(full.active());
+        EXPECT_FALSE(project.loadAudioAndWait(second));
+    }
+    const QStringList writeErrors =
+            log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: "));
+    ASSERT_EQ(writeErrors.size(), 1);
+    // The reason is the disk's own.
+    EXPECT_TRUE(writeErrors[0].contains(qt_error_string(EFBIG))) << writeErrors[0].toStdString();
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba betöltéskor: ")),
+              QStringList{QStringLiteral("[Audio] Hiba betöltéskor: Nem sikerült csendet hozzáadni")});
+    EXPECT_TRUE(log.linesStartingWith(QStringLiteral("[Audio] Temp fájl: ")).isEmpty());
+    EXPECT_TRUE(project.dialogs().alerts().empty());
+
+    EXPECT_EQ(renderedFiles(), renderedBefore);
+    expectStillInUse(before);
+    // A failed load asks for no autosave, and neither project file changed.
+    EXPECT_EQ(autosaves.count(), 0);
+    EXPECT_EQ(readFile(projectPath), savedProject);
+    EXPECT_EQ(readFile(editor.getAutoSavePath()), savedAutosave);
+
+    // With room again the same recording loads.
+    ASSERT_TRUE(project.loadAudioAndWait(second));
+    EXPECT_EQ(renderedFiles().size(), 2);
+    EXPECT_NE(editor.audioURL(), before.audioURL);
+    EXPECT_DOUBLE_EQ(editor.duration(), 5.0);
+}
+
+TEST_F(TemporaryWavFaults, ReloadOnAFullDiskFailsWithTheSilenceErrorLeavesNoWavAndKeepsTheRecording)
+{
+    const QStringList renderedBefore = renderedFiles();
+    const InUse before = inUse();
+    editor.setStartSilenceDuration(2.0);
+
+    LogCapture log;
+    {
+        const FileSizeLimit full(kRoom);
+        ASSERT_TRUE(full.active());
+        EXPECT_FALSE(project.reloadAndWait());
+    }
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ")).size(), 1);
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba újratöltéskor: ")),
+              QStringList{QStringLiteral("[Audio] Hiba újratöltéskor: Nem sikerült csendet hozzáadni")});
+    EXPECT_TRUE(project.dialogs().alerts().empty());
+    EXPECT_EQ(renderedFiles(), renderedBefore);
+    expectStillInUse(before);
+
+    // With room the reload goes through and moves the page one second on.
+    ASSERT_TRUE(project.reloadAndWait());
+    EXPECT_EQ(renderedFiles().size(), 2);
+    EXPECT_DOUBLE_EQ(editor.duration(), 5.0);
+    const auto moved = editor.getFrameManager().getFrame(20 + 30);
+    ASSERT_TRUE(moved);
+    EXPECT_EQ(moved->assignedImageIndex, std::optional<int>(0));
+}
+
+TEST_F(TemporaryWavFaults, SilenceRenderingOnAFullDiskReturnsNothingAndLeavesNoWav)
+{
+    const QStringList renderedBefore = renderedFiles();
+    LogCapture log;
+    std::optional<QString> rendered;
+    {
+        const FileSizeLimit full(kRoom);
+        ASSERT_TRUE(full.active());
+        rendered = editor.addSilenceToAudio(second, 1.0, 2.0);
+    }
+    EXPECT_FALSE(rendered.has_value());
+    const QStringList errors = log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: "));
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_TRUE(errors[0].contains(qt_error_string(EFBIG))) << errors[0].toStdString();
+    EXPECT_EQ(renderedFiles(), renderedBefore);
+
+    rendered = editor.addSilenceToAudio(second, 1.0, 2.0);
+    ASSERT_TRUE(rendered.has_value());
+    EXPECT_EQ(QFileInfo(*rendered).size(), 58 + 6 * 44100 * 4);
+}
+
+} // namespace
