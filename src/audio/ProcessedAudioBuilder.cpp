@@ -205,11 +205,6 @@ ProcessedAudioResult ProcessedAudioBuilder::build(const QString& sourcePath)
                       m_writer->close(&m_result.writeError))) {
         m_writer = nullptr;
     }
-    if (!m_result.writeError.isEmpty() && m_ownedWriter) {
-        // A file the disk cut short is of no use to anyone: it goes, and the load fails.
-        m_ownedWriter->close(nullptr);
-        QFile::remove(m_request.wavPath);
-    }
     finishSlices(m_result.audio->channels.front(), m_result.slices);
     return std::move(m_result);
 }

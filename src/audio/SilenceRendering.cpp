@@ -5,7 +5,6 @@
 #include "support/ValueFormat.h"
 
 #include <QDir>
-#include <QFile>
 #include <QUuid>
 
 #include <charconv>
@@ -94,8 +93,6 @@ std::optional<ProcessedAudio> renderProcessedAudio(AudioBuffer source, double st
     const QString path = newProcessedAudioPath(directory);
     QString error;
     if (!writeFloatWav(path, *processed, &error)) {
-        // What a full disk left of the file is not kept.
-        QFile::remove(path);
         log(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ") + error);
         return std::nullopt;
     }
