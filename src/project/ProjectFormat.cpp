@@ -320,6 +320,9 @@ private:
         case Level::imagePaths:
             if (!isObject)
                 return fail(QStringLiteral("imagePaths: objektum kell"));
+            if (project.imagePaths.size() >= size_t(kMaxProjectPages))
+                return fail(QStringLiteral("több mint %1 oldal").arg(kMaxProjectPages),
+                            ProjectDecodeFailure::tooLarge);
             project.imagePaths.emplace_back();
             m_elementSeen = 0;
             m_levels.push_back(Level::imagePath);

@@ -59,10 +59,13 @@ QByteArray encodeProject(const ProjectJSON& project);
 // the time it claims.
 constexpr int64_t kMaxProjectFrames = int64_t(12) * 3600 * 30;
 constexpr int64_t kMaxProjectFileBytes = int64_t(256) * 1024 * 1024;
+// Every page of a project is read back into memory as a picture when it opens; a list of more
+// pages than a PDF import accepts is not one Vornik made.
+constexpr int64_t kMaxProjectPages = 1000;
 
 enum class ProjectDecodeFailure {
     malformed, // not JSON, not a project, a missing key or a wrong type
-    tooLarge,  // beyond kMaxProjectFrames or kMaxProjectFileBytes
+    tooLarge,  // beyond kMaxProjectFrames, kMaxProjectPages or kMaxProjectFileBytes
 };
 
 // Strict on the required keys and on every type, tolerant of key order and unknown keys.

@@ -34,7 +34,7 @@ QByteArray oneFrameProject(const QString& directory)
 {
     const QString audio = fixtures::writeWav(directory + QStringLiteral("/recording.wav"),
                                              fixtures::sineTone(44100, 1, 2 * 44100));
-    QImage page(300, 400, QImage::Format_RGB32);
+    QImage page(60, 80, QImage::Format_RGB32);
     page.fill(Qt::white);
     const QString image = directory + QStringLiteral("/page.png");
     if (audio.isEmpty() || !page.save(image, "PNG"))
@@ -70,6 +70,8 @@ struct ProjectCase {
     std::function<bool(const QString& path, const QString& directory)> make;
     Expect expect;
     int64_t frames = kRecordingFrames; // for a project that opens: the frames it holds
+    int64_t pages = 1;                 // and the pages
+    const char* reason = "";           // for one refused as too large: the reason, if not its size
 };
 
 std::function<bool(const QString&, const QString&)>
@@ -85,6 +87,13 @@ std::function<bool(const QString&, const QString&)> withFrames(int64_t frames, b
 {
     return [frames, compact](const QString& path, const QString& directory) {
         return HostileFiles::writeProjectWithFrames(path, oneFrameProject(directory), frames, compact);
+    };
+}
+
+std::function<bool(const QString&, const QString&)> withPages(int64_t pages)
+{
+    return [pages](const QString& path, const QString& directory) {
+        return HostileFiles::writeProjectWithPages(path, oneFrameProject(directory), pages);
     };
 }
 
@@ -106,9 +115,10 @@ TEST_P(HostileProject, OpeningEndsInTimeWithBoundedMemory)
 
     switch (c.expect) {
     case Expect::opens:
-        EXPECT_TRUE(outcome.logged(QStringLiteral("[Load] Projekt betöltve: 1 kép, %1 frame").arg(c.frames)))
+        EXPECT_TRUE(outcome.logged(
+                QStringLiteral("[Load] Projekt betöltve: %1 kép, %2 frame").arg(c.pages).arg(c.frames)))
                 << context;
-        EXPECT_EQ(outcome.pageCount, 1) << context;
+        EXPECT_EQ(outcome.pageCount, c.pages) << context;
         EXPECT_EQ(outcome.frameCount, kRecordingFrames) << context;
         EXPECT_TRUE(outcome.audioLoaded) << context;
         break;
@@ -128,7 +138,7 @@ TEST_P(HostileProject, OpeningEndsInTimeWithBoundedMemory)
         const QString bytes = QString::number(QFileInfo(path).size());
         const QString reason = QFileInfo(path).size() > kMaxProjectFileBytes
                                        ? bytes + QStringLiteral(" byte, legfeljebb 268435456 byte")
-                                       : QStringLiteral("több mint 1296000 frame, legfeljebb 12 óra");
+                                       : QString::fromUtf8(c.reason);
         EXPECT_TRUE(outcome.logged(kTooLargePrefix + reason + QStringLiteral("), skip"))) << context;
     }
 }
@@ -154,7 +164,11 @@ const ProjectCase kProjectCases[] = {
         {"ten_million_frames_as_vornik_writes_them", withFrames(kTenMillionFrames, false), Expect::tooLarge},
         {"ten_million_frames_written_compactly", withFrames(kTenMillionFrames, true), Expect::tooLarge},
         {"one_frame_past_twelve_hours_written_compactly", withFrames(kMaxProjectFrames + 1, true),
-         Expect::tooLarge},
+         Expect::tooLarge, 0, 0, "több mint 1296000 frame, legfeljebb 12 óra"},
+        {"a_thousand_pages_still_open", withPages(kMaxProjectPages), Expect::opens, 1, kMaxProjectPages},
+        {"one_page_past_a_thousand", withPages(kMaxProjectPages + 1), Expect::tooLarge, 0, 0,
+         "több mint 1000 oldal"},
+        {"a_hundred_thousand_pages", withPages(100000), Expect::tooLarge, 0, 0, "több mint 1000 oldal"},
         {"three_hours_of_frames_still_opens", withFrames(kThreeHourFrames, false), Expect::opens,
          kThreeHourFrames},
 };

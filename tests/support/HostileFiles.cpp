@@ -263,9 +263,13 @@ QByteArray pdfWithManyPages(int pages, double pageWidth, double pageHeight)
     return withRebuiltXref(body, objects, "<< /Size " + QByteArray::number(objects + 1) + " /Root 1 0 R >>");
 }
 
-bool writeProjectWithFrames(const QString& path, const QByteArray& project, int64_t frames, bool compact)
+namespace {
+
+// Writes the project with the first entry of the array under `key` repeated `count` times.
+bool writeProjectWithRepeatedEntry(const QString& path, const QByteArray& project, const QByteArray& key,
+                                   int64_t count, bool compact)
 {
-    const qsizetype arrayStart = project.indexOf("\"frames\": [");
+    const qsizetype arrayStart = project.indexOf("\"" + key + "\": [");
     const qsizetype open = project.indexOf('{', arrayStart);
     const qsizetype close = project.indexOf('}', open);
     if (arrayStart < 0 || open < 0 || close < 0)
@@ -289,16 +293,28 @@ bool writeProjectWithFrames(const QString& path, const QByteArray& project, int6
         block += entry + separator;
     bool ok = file.write(head) == head.size();
     int64_t written = 0;
-    while (ok && frames - written > kEntriesPerBlock) {
+    while (ok && count - written > kEntriesPerBlock) {
         ok = file.write(block) == block.size();
         written += kEntriesPerBlock;
     }
-    while (ok && written < frames) {
-        const QByteArray last = written + 1 == frames ? entry : entry + separator;
+    while (ok && written < count) {
+        const QByteArray last = written + 1 == count ? entry : entry + separator;
         ok = file.write(last) == last.size();
         ++written;
     }
     return ok && file.write(tail) == tail.size();
+}
+
+} // namespace
+
+bool writeProjectWithFrames(const QString& path, const QByteArray& project, int64_t frames, bool compact)
+{
+    return writeProjectWithRepeatedEntry(path, project, "frames", frames, compact);
+}
+
+bool writeProjectWithPages(const QString& path, const QByteArray& project, int64_t pages)
+{
+    return writeProjectWithRepeatedEntry(path, project, "imagePaths", pages, false);
 }
 
 QByteArray projectWithNesting(const QByteArray& project, int levels)

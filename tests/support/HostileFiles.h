@@ -41,6 +41,8 @@ QByteArray pdfWithManyPages(int pages, double pageWidth, double pageHeight);
 // frame) whose frames array holds `frames` copies of its first frame entry. `compact` writes
 // each entry on one line without spaces instead. Streams to disk; true on success.
 bool writeProjectWithFrames(const QString& path, const QByteArray& project, int64_t frames, bool compact);
+// The same with `pages` copies of its first page entry.
+bool writeProjectWithPages(const QString& path, const QByteArray& project, int64_t pages);
 // The project text with one more member holding `levels` nested arrays.
 QByteArray projectWithNesting(const QByteArray& project, int levels);
 
