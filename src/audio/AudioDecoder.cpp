@@ -200,6 +200,15 @@ bool Session::open(QIODevice& device, QString* error)
         *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
         return false;
     }
+    // The frame store holds a slice for every 1/30 s of the recording, however few samples
+    // fill it: a header claiming a rate of a few hertz would stretch a small file into days
+    // of frames. No recording of music is sampled below telephone quality.
+    if (m_codec->sample_rate < kMinDecodedSampleRate) {
+        *error = QStringLiteral("nem támogatott mintavételezés: %1 Hz (legalább %2 Hz kell)")
+                         .arg(m_codec->sample_rate)
+                         .arg(kMinDecodedSampleRate);
+        return false;
+    }
     m_sampleRate = m_codec->sample_rate;
     m_channelCount = m_codec->ch_layout.nb_channels;
     // A header can claim anything: a length is only passed on as a size hint when the

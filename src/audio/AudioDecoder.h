@@ -14,6 +14,9 @@
 
 class QIODevice;
 
+// The lowest sample rate decoded; a file claiming less is refused (see AudioDecoder.cpp).
+constexpr int kMinDecodedSampleRate = 8000;
+
 struct DecodeResult {
     std::optional<AudioBuffer> audio; // none when nothing could be decoded
     QString error;                    // why decoding failed, or why it stopped early

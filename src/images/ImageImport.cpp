@@ -33,6 +33,14 @@ void VideoEditorViewModel::addPDF(const QString& path)
     std::unique_ptr<QPdfDocument> document = openPdfDocument(path);
     if (!document)
         return;
+    if (document->pageCount() > kMaxPdfImportPages) {
+        m_environment.dialogs->alert(
+                AlertStyle::warning, QStringLiteral("PDF importálás"),
+                QStringLiteral("A PDF túl sok oldalas (") + QString::number(document->pageCount()) +
+                        QStringLiteral(" oldal); legfeljebb ") + QString::number(kMaxPdfImportPages) +
+                        QStringLiteral(" oldalas PDF importálható."));
+        return;
+    }
     const int answer = m_environment.dialogs->question(
             AlertStyle::informational, QStringLiteral("PDF importálás"),
             QStringLiteral("Hogyan importáljuk a ") + QString::number(document->pageCount()) +

@@ -26,5 +26,9 @@ QImage mergeHorizontally(const QImage& left, const QImage& right);
 // bytes per pixel. Returns 0 when not even a one-pixel picture fits.
 double densityWithinBudget(QSizeF sizeInPoints, double wantedDensity, qint64 maxBytes);
 
-// Vornik's ceiling for one page picture held in memory, in bytes.
-constexpr qint64 kMaxPageImageBytes = qint64(1) << 30;
+// Vornik's ceiling for one page picture held in memory, in bytes: 256 MiB, the largest
+// picture Qt's image reader decodes by default, so that a PDF page or a merged pair is held
+// to the same bound as a picture file. An A0 page at two pixels per point fits; a page whose
+// media box claims 200 x 200 inches is rendered at a lower density instead of taking a
+// gigabyte (rendering holds two copies for a moment).
+constexpr qint64 kMaxPageImageBytes = qint64(1) << 28;

@@ -17,6 +17,12 @@ class QPdfDocument;
 
 constexpr double kPdfPageDensity = 2.0;
 
+// The most pages Vornik imports from one PDF. Far beyond any score; a document that declares
+// more (or a forged page tree that claims to) is refused as a whole before any page is looked
+// at: finding each page of such a tree costs time in proportion to its size, so a hundred
+// thousand pages would hold the window for minutes and their pictures would not fit in memory.
+constexpr int kMaxPdfImportPages = 1000;
+
 // Loads the file; nothing is returned when it is not a readable PDF (not a PDF at all, cut
 // short beyond repair, or locked with a password).
 std::unique_ptr<QPdfDocument> openPdfDocument(const QString& path);

@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -52,6 +53,23 @@ struct ProjectJSON {
 // Pretty-printed JSON (indented, one member per line), keys in declaration order.
 QByteArray encodeProject(const ProjectJSON& project);
 
+// The largest project Vornik reads: 12 hours of frames, four times the longest recording a
+// score video is made of, and a file size that such a project stays within as Vornik writes
+// it (under 200 bytes a frame). Anything larger is refused before it can take the memory and
+// the time it claims.
+constexpr int64_t kMaxProjectFrames = int64_t(12) * 3600 * 30;
+constexpr int64_t kMaxProjectFileBytes = int64_t(256) * 1024 * 1024;
+// Every page of a project is read back into memory as a picture when it opens; a list of more
+// pages than a PDF import accepts is not one Vornik made.
+constexpr int64_t kMaxProjectPages = 1000;
+
+enum class ProjectDecodeFailure {
+    malformed, // not JSON, not a project, a missing key or a wrong type
+    tooLarge,  // beyond kMaxProjectFrames, kMaxProjectPages or kMaxProjectFileBytes
+};
+
 // Strict on the required keys and on every type, tolerant of key order and unknown keys.
-// On failure returns nothing and, when `error` is given, says what was wrong.
-std::optional<ProjectJSON> decodeProject(const QByteArray& bytes, QString* error = nullptr);
+// On failure returns nothing and, when `error` and `failure` are given, says what was wrong.
+// Memory stays within the file's bytes plus the decoded values, whatever the file holds.
+std::optional<ProjectJSON> decodeProject(const QByteArray& bytes, QString* error = nullptr,
+                                         ProjectDecodeFailure* failure = nullptr);

@@ -3,6 +3,7 @@
 // with its two-second debounce. Main thread; the only background part is the audio load
 // that a project load starts.
 #include "editor/VideoEditorViewModel.h"
+#include "project/ProjectFileReading.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
 #include "project/ProjectPages.h"
@@ -31,17 +32,6 @@ FileType projectFileType()
     return FileType{QStringLiteral("Vornik projekt"), {kProjectExtension}};
 }
 
-std::optional<QByteArray> readFile(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    return bytes;
-}
-
 // Unbuffered, so that a write the disk cut short is seen here: through a buffer, a partly
 // written flush would pass for success and a truncated file would replace the good one.
 bool writeAll(QSaveFile& file, const QByteArray& bytes)
@@ -54,14 +44,6 @@ bool writeAll(QSaveFile& file, const QByteArray& bytes)
         done += written;
     }
     return true;
-}
-
-std::optional<ProjectJSON> readProjectFile(const QString& path)
-{
-    const std::optional<QByteArray> bytes = readFile(path);
-    if (!bytes)
-        return std::nullopt;
-    return decodeProject(*bytes);
 }
 
 } // namespace
@@ -145,8 +127,11 @@ void VideoEditorViewModel::loadProjectDialog()
 
 void VideoEditorViewModel::loadProject(const QString& url)
 {
-    if (!readProjectFile(url)) {
-        logLine(QStringLiteral("[Load] Ismeretlen formátum, skip"));
+    const ProjectFileRead read = readProjectFile(url);
+    if (!read.project) {
+        logLine(read.failure == ProjectDecodeFailure::tooLarge
+                        ? projectTooLargeLogLine(read)
+                        : QStringLiteral("[Load] Ismeretlen formátum, skip"));
         return;
     }
     loadProjectJSON(url);
@@ -155,13 +140,15 @@ void VideoEditorViewModel::loadProject(const QString& url)
 void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore restore)
 {
     logLine(QStringLiteral("[Load] Projekt betöltés: ") + url);
-    std::optional<ProjectJSON> decoded = readProjectFile(url);
-    if (!decoded) {
-        logLine(QStringLiteral("[Load] Hiba: nem sikerült beolvasni"));
+    ProjectFileRead read = readProjectFile(url);
+    if (!read.project) {
+        logLine(read.failure == ProjectDecodeFailure::tooLarge
+                        ? projectTooLargeLogLine(read)
+                        : QStringLiteral("[Load] Hiba: nem sikerült beolvasni"));
         emit projectLoadFinished(false);
         return;
     }
-    const auto project = std::make_shared<const ProjectJSON>(std::move(*decoded));
+    const auto project = std::make_shared<const ProjectJSON>(std::move(*read.project));
     const uint64_t generation = ++m_projectGeneration;
 
     // The old project goes: playback, pages, recording, position, waveform and frames. A
