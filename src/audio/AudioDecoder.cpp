@@ -48,11 +48,6 @@ using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
 
-// The sample rates a recording can have: from 1 kHz (below any speech or music recording)
-// to 768 kHz (eight times 96 kHz, the highest of recording equipment).
-constexpr int kMinSampleRate = 1000;
-constexpr int kMaxSampleRate = 768000;
-
 QString ffmpegError(int code)
 {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -191,22 +186,24 @@ bool Session::open(QIODevice& device, QString* error)
         *error = ffmpegError(result);
         return false;
     }
-    // A rate outside what recording equipment uses is a broken or hostile header. Too high,
-    // and the silences the load adds, counted in sample frames, take gigabytes before a
-    // single sample of the file is read; too low, and a few hundred bytes of samples last
-    // for hours, each second of which costs the frame store its per-frame slices.
-    if (m_codec->sample_rate < kMinSampleRate || m_codec->sample_rate > kMaxSampleRate ||
-        m_codec->ch_layout.nb_channels <= 0) {
+    if (m_codec->sample_rate <= 0 || m_codec->ch_layout.nb_channels <= 0) {
         *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
         return false;
     }
-    // The frame store holds a slice for every 1/30 s of the recording, however few samples
-    // fill it: a header claiming a rate of a few hertz would stretch a small file into days
-    // of frames. No recording of music is sampled below telephone quality.
+    // A rate outside what recording equipment uses is a broken or hostile header. Too low,
+    // and a few hundred bytes of samples last for hours, each 1/30 s of which costs the frame
+    // store a slice; too high, and the silences the load adds, counted in sample frames, take
+    // gigabytes before a single sample of the file is read.
     if (m_codec->sample_rate < kMinDecodedSampleRate) {
         *error = QStringLiteral("nem támogatott mintavételezés: %1 Hz (legalább %2 Hz kell)")
                          .arg(m_codec->sample_rate)
                          .arg(kMinDecodedSampleRate);
+        return false;
+    }
+    if (m_codec->sample_rate > kMaxDecodedSampleRate) {
+        *error = QStringLiteral("nem támogatott mintavételezés: %1 Hz (legfeljebb %2 Hz lehet)")
+                         .arg(m_codec->sample_rate)
+                         .arg(kMaxDecodedSampleRate);
         return false;
     }
     m_sampleRate = m_codec->sample_rate;

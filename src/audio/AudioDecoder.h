@@ -14,8 +14,11 @@
 
 class QIODevice;
 
-// The lowest sample rate decoded; a file claiming less is refused (see AudioDecoder.cpp).
+// The sample rates decoded: from telephone quality, below which no music is recorded, to
+// eight times 96 kHz, the highest of recording equipment. A file claiming a rate outside is
+// refused as a broken header (see AudioDecoder.cpp).
 constexpr int kMinDecodedSampleRate = 8000;
+constexpr int kMaxDecodedSampleRate = 768000;
 
 struct DecodeResult {
     std::optional<AudioBuffer> audio; // none when nothing could be decoded

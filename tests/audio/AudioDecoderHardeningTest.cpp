@@ -13,7 +13,12 @@
 
 namespace {
 
-const QString kUnusableRate = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
+QString refusedRate(int rate, const char* limit)
+{
+    return QStringLiteral("nem támogatott mintavételezés: %1 Hz (%2)")
+            .arg(rate)
+            .arg(QString::fromUtf8(limit));
+}
 
 QString fuzzFile(const char* name)
 {
@@ -145,19 +150,19 @@ TEST(AudioDecoderHardening, SampleRateAbove768kHzIsRefusedAsABrokenHeader)
 
     const DecodeResult above = decodeToneAt(768001);
     EXPECT_FALSE(above.audio.has_value());
-    EXPECT_EQ(above.error, kUnusableRate);
+    EXPECT_EQ(above.error, refusedRate(768001, "legfeljebb 768000 Hz lehet"));
 }
 
-TEST(AudioDecoderHardening, SampleRateBelow1kHzIsRefusedAsABrokenHeader)
+TEST(AudioDecoderHardening, SampleRateBelow8kHzIsRefusedAsABrokenHeader)
 {
-    const DecodeResult lowest = decodeToneAt(1000);
+    const DecodeResult lowest = decodeToneAt(8000);
     ASSERT_TRUE(lowest.audio.has_value()) << lowest.error.toStdString();
-    EXPECT_EQ(lowest.audio->sampleRate, 1000);
+    EXPECT_EQ(lowest.audio->sampleRate, 8000);
     EXPECT_EQ(lowest.audio->frameCount(), 64);
 
-    const DecodeResult below = decodeToneAt(999);
+    const DecodeResult below = decodeToneAt(7999);
     EXPECT_FALSE(below.audio.has_value());
-    EXPECT_EQ(below.error, kUnusableRate);
+    EXPECT_EQ(below.error, refusedRate(7999, "legalább 8000 Hz kell"));
 }
 
 TEST(AudioDecoderHardening, FuzzFoundWavAnnouncing520MHzIsRefused)
@@ -166,7 +171,7 @@ TEST(AudioDecoderHardening, FuzzFoundWavAnnouncing520MHzIsRefused)
     // load at that rate would take gigabytes.
     const DecodeResult result = decodeAudioFile(fuzzFile("wav-rate-520mhz.wav"));
     EXPECT_FALSE(result.audio.has_value());
-    EXPECT_EQ(result.error, kUnusableRate);
+    EXPECT_EQ(result.error, refusedRate(520093760, "legfeljebb 768000 Hz lehet"));
 }
 
 TEST(AudioDecoderHardening, FuzzFoundWavAnnouncing1HzIsRefused)
@@ -177,5 +182,5 @@ TEST(AudioDecoderHardening, FuzzFoundWavAnnouncing1HzIsRefused)
     ASSERT_EQ(bytes.size(), 1698);
     const DecodeResult result = decodeBytes(bytes);
     EXPECT_FALSE(result.audio.has_value());
-    EXPECT_EQ(result.error, kUnusableRate);
+    EXPECT_EQ(result.error, refusedRate(1, "legalább 8000 Hz kell"));
 }
