@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -73,6 +75,12 @@ struct AudioCase {
     // Text one of the log lines must contain (the reason of a refusal); none when empty.
     const char* reason = "";
 };
+
+// Names the case in test listings (instead of the bytes of the structure).
+void PrintTo(const AudioCase& testCase, std::ostream* out)
+{
+    *out << testCase.name;
+}
 
 QByteArray unchanged(const QByteArray& valid)
 {

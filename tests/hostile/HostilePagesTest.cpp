@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <QBuffer>
 #include <QImage>
 #include <QPainter>
@@ -78,6 +80,12 @@ struct PageCase {
     // The informative text of the one alert the import must show; none when empty.
     const char* alert = "";
 };
+
+// Names the case in test listings (instead of the bytes of the structure).
+void PrintTo(const PageCase& testCase, std::ostream* out)
+{
+    *out << testCase.name;
+}
 
 const char* const kTooManyPagesAlert =
         "A PDF túl sok oldalas (100000 oldal); legfeljebb 1000 oldalas PDF importálható.";

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <QFileInfo>
 #include <QImage>
 #include <QTemporaryDir>
@@ -73,6 +75,12 @@ struct ProjectCase {
     int64_t pages = 1;                 // and the pages
     const char* reason = "";           // for one refused as too large: the reason, if not its size
 };
+
+// Names the case in test listings (instead of the bytes of the structure).
+void PrintTo(const ProjectCase& testCase, std::ostream* out)
+{
+    *out << testCase.name;
+}
 
 std::function<bool(const QString&, const QString&)>
 transformed(std::function<QByteArray(const QByteArray&)> how)
