@@ -82,29 +82,15 @@ void PrintTo(const AudioCase& testCase, std::ostream* out)
     *out << testCase.name;
 }
 
-QByteArray unchanged(const QByteArray& valid)
-{
-    return valid;
-}
-QByteArray tenth(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.1);
-}
-QByteArray half(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.5);
-}
-QByteArray ninetyPercent(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.9);
-}
+using HostileFiles::empty;
+using HostileFiles::half;
+using HostileFiles::ninetyPercent;
+using HostileFiles::tenth;
+using HostileFiles::unchanged;
+
 QByteArray noise(const QByteArray& valid)
 {
     return HostileFiles::randomBytes(valid.size(), 0x5EED0001u);
-}
-QByteArray empty(const QByteArray&)
-{
-    return {};
 }
 QByteArray claimingFourGigabytes(const QByteArray& valid)
 {

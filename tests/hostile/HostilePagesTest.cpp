@@ -90,29 +90,15 @@ void PrintTo(const PageCase& testCase, std::ostream* out)
 const char* const kTooManyPagesAlert =
         "A PDF túl sok oldalas (100000 oldal); legfeljebb 1000 oldalas PDF importálható.";
 
-QByteArray unchanged(const QByteArray& valid)
-{
-    return valid;
-}
-QByteArray tenth(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.1);
-}
-QByteArray half(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.5);
-}
-QByteArray ninetyPercent(const QByteArray& valid)
-{
-    return HostileFiles::truncated(valid, 0.9);
-}
+using HostileFiles::empty;
+using HostileFiles::half;
+using HostileFiles::ninetyPercent;
+using HostileFiles::tenth;
+using HostileFiles::unchanged;
+
 QByteArray noise(const QByteArray& valid)
 {
     return HostileFiles::randomBytes(valid.size(), 0x5EED0002u);
-}
-QByteArray empty(const QByteArray&)
-{
-    return {};
 }
 QByteArray pngOfTenGigapixels(const QByteArray& valid)
 {

@@ -123,3 +123,26 @@ QString describe(QRgb color)
 {
     return QStringLiteral("(%1, %2, %3)").arg(qRed(color)).arg(qGreen(color)).arg(qBlue(color));
 }
+
+QStringList threeFrameExportLog(const QString& destination)
+{
+    const QString rule(40, QLatin1Char('='));
+    return {rule,
+            QStringLiteral("[Export] VIDEÓ EXPORT KEZDÉS"),
+            QStringLiteral("[Export] Célfile: ") + destination,
+            QStringLiteral("[Export] Frame count: 3"),
+            QStringLiteral("[Export] FPS: 30"),
+            rule,
+            QStringLiteral("[Export] Writer létrehozása..."),
+            QStringLiteral("[Export] Video track OK"),
+            QStringLiteral("[Export] Writer startWriting..."),
+            QStringLiteral("[Export] Writer startWriting OK, status: 1"),
+            QStringLiteral("[Export] Writer session started, status: 1"),
+            QStringLiteral("[Export] Frame loop kezdés, total: 3"),
+            QStringLiteral("[Export] 3/3 (100%)"),
+            QStringLiteral("[Export] Frame írás kész!"),
+            QStringLiteral("[Export] Writer finishWriting..."),
+            rule,
+            QStringLiteral("[Export] KÉSZ! Status: 2"),
+            rule};
+}

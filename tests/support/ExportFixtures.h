@@ -10,6 +10,7 @@
 #include <QImage>
 #include <QRect>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <optional>
@@ -38,6 +39,9 @@ QString writeToneWav(const QString& path, int sampleRate, int channels, double s
 // Writes a silent H.264 QuickTime video of `frames` frames of one colour; true on success.
 bool writeSolidVideo(const QString& path, int frames, int fps, QSize size = QSize(320, 240),
                      const QColor& color = Qt::red);
+
+// The log of a finished three-frame export at 30 fps without sound, written to `destination`.
+QStringList threeFrameExportLog(const QString& destination);
 
 // Runs the event loop until the editor's dialogs showed `count` alerts.
 bool waitForAlerts(const ScriptedDialogs& dialogs, size_t count = 1, int timeoutMs = 120000);

@@ -20,6 +20,29 @@ QByteArray truncated(const QByteArray& bytes, double fraction);
 // `size` bytes from a fixed-seed generator: the same bytes on every run.
 QByteArray randomBytes(qsizetype size, uint32_t seed);
 
+// What every kind of input goes through, for the case tables: the valid file as it is, cut
+// at 10, 50 and 90 %, and nothing at all. (Random bytes take a seed of each table's own.)
+inline QByteArray unchanged(const QByteArray& valid)
+{
+    return valid;
+}
+inline QByteArray tenth(const QByteArray& valid)
+{
+    return truncated(valid, 0.1);
+}
+inline QByteArray half(const QByteArray& valid)
+{
+    return truncated(valid, 0.5);
+}
+inline QByteArray ninetyPercent(const QByteArray& valid)
+{
+    return truncated(valid, 0.9);
+}
+inline QByteArray empty(const QByteArray&)
+{
+    return {};
+}
+
 // A RIFF/WAVE file whose RIFF and "data" chunk sizes are rewritten to `dataBytes` (e.g. 4 GB)
 // while the samples stay as they were.
 QByteArray wavClaimingDataSize(QByteArray wav, uint32_t dataBytes);
