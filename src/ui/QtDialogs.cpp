@@ -34,6 +34,17 @@ QStringList nameFilters(const std::vector<FileType>& types, bool includeAll)
     return filters;
 }
 
+// The chooser's title bar carries the prompt too: Qt's chooser has no message line of its own,
+// and a prompt that is only passed along would never be read.
+QString chooserTitle(const QString& title, const QString& message)
+{
+    if (message.isEmpty())
+        return title;
+    if (title.isEmpty())
+        return message;
+    return title + QStringLiteral(" – ") + message;
+}
+
 } // namespace
 
 QtDialogs::QtDialogs(QWidget* parent)
@@ -70,7 +81,7 @@ int QtDialogs::question(AlertStyle style, const QString& message, const QString&
 void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
                                std::function<void(std::optional<QString>)> done)
 {
-    auto* dialog = new QFileDialog(m_parent, request.title);
+    auto* dialog = new QFileDialog(m_parent, chooserTitle(request.title, request.message));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
@@ -94,7 +105,7 @@ void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
 
 void QtDialogs::chooseOpenFiles(const OpenFileRequest& request, std::function<void(QStringList)> done)
 {
-    auto* dialog = new QFileDialog(m_parent, request.title.isEmpty() ? request.message : request.title);
+    auto* dialog = new QFileDialog(m_parent, chooserTitle(request.title, request.message));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setObjectName(QStringLiteral("openFileDialog"));
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
