@@ -1,8 +1,12 @@
 #include "ui/QtDialogs.h"
 
 #include <QFileDialog>
+#include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+
+#include <vector>
 
 namespace {
 
@@ -43,6 +47,32 @@ QString chooserTitle(const QString& title, const QString& message)
     if (title.isEmpty())
         return message;
     return title + QStringLiteral(" – ") + message;
+}
+
+// Qt's own chooser, not the desktop's: it follows the application's dark palette and its
+// Hungarian texts. The prompt, when there is one, goes in a line above everything else.
+void prepareChooser(QFileDialog* dialog, const QString& message)
+{
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    auto* grid = qobject_cast<QGridLayout*>(dialog->layout());
+    if (message.isEmpty() || !grid)
+        return;
+    struct Placed {
+        QLayoutItem* item;
+        int row, column, rowSpan, columnSpan;
+    };
+    std::vector<Placed> placed;
+    while (grid->count() > 0) {
+        Placed entry{};
+        grid->getItemPosition(0, &entry.row, &entry.column, &entry.rowSpan, &entry.columnSpan);
+        entry.item = grid->takeAt(0);
+        placed.push_back(entry);
+    }
+    for (const Placed& entry : placed)
+        grid->addItem(entry.item, entry.row + 1, entry.column, entry.rowSpan, entry.columnSpan);
+    auto* prompt = new QLabel(message, dialog);
+    prompt->setObjectName(QStringLiteral("chooserPrompt"));
+    grid->addWidget(prompt, 0, 0, 1, grid->columnCount());
 }
 
 } // namespace
@@ -86,6 +116,7 @@ void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setObjectName(QStringLiteral("saveFileDialog"));
+    prepareChooser(dialog, request.message);
     dialog->setNameFilters(nameFilters(request.allowedTypes, false));
     // A name typed without an extension gets the first offered one; a typed extension is kept.
     if (!request.allowedTypes.empty() && !request.allowedTypes.front().extensions.isEmpty())
@@ -108,6 +139,7 @@ void QtDialogs::chooseOpenFiles(const OpenFileRequest& request, std::function<vo
     auto* dialog = new QFileDialog(m_parent, chooserTitle(request.title, request.message));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setObjectName(QStringLiteral("openFileDialog"));
+    prepareChooser(dialog, request.message);
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setFileMode(request.allowsMultipleSelection ? QFileDialog::ExistingFiles
                                                         : QFileDialog::ExistingFile);

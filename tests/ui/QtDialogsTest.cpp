@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -115,6 +116,12 @@ TEST(QtDialogsTest, TheSaveChoosersPromptIsShownInItsTitle)
     ASSERT_NE(dialog, nullptr);
     EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Videó exportálása")));
     EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Videó fájl mentése (MOV/MP4)")));
+    auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("chooserPrompt"));
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_TRUE(prompt->isVisible());
+    EXPECT_EQ(prompt->text(), QStringLiteral("Videó fájl mentése (MOV/MP4)"));
+    // Above the file list: the prompt is the first thing in the chooser.
+    EXPECT_LT(prompt->mapTo(dialog, QPoint(0, 0)).y(), 20);
     dialog->reject();
     QCoreApplication::processEvents();
 }
@@ -131,6 +138,10 @@ TEST(QtDialogsTest, TheOpenChoosersPromptIsShownInItsTitleAndItsFirstFilterIsSel
     QFileDialog* dialog = openChooser(QStringLiteral("openFileDialog"));
     ASSERT_NE(dialog, nullptr);
     EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Válassz egy hangfájlt")));
+    auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("chooserPrompt"));
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_TRUE(prompt->isVisible());
+    EXPECT_EQ(prompt->text(), QStringLiteral("Válassz egy hangfájlt"));
     EXPECT_EQ(dialog->selectedNameFilter(), QStringLiteral("Hang (*.wav *.mp3)"));
     dialog->reject();
     QCoreApplication::processEvents();
