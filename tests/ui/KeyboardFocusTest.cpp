@@ -71,6 +71,10 @@ TEST_F(KeyboardFocusTest, SpaceTogglesPlaybackAfterTheColourDialogWasCancelled)
 
 TEST_F(KeyboardFocusTest, NoPushButtonOfTheWindowTakesFocusWhenClicked)
 {
+    // Thumbnails (with their delete buttons) are made after the window was shown.
+    addPages({makePageImage(40, 60, Qt::red), makePageImage(40, 60, Qt::green)});
+    drainEvents();
+    ASSERT_NE(find<QPushButton>(QStringLiteral("deleteButton")), nullptr);
     for (QPushButton* button : window().findChildren<QPushButton*>()) {
         if (button->window() == &window() && button->isVisible()) {
             EXPECT_FALSE(button->focusPolicy() & Qt::ClickFocus) << button->objectName().toStdString();
