@@ -38,6 +38,10 @@ AppCommands::AppCommands(QObject* parent)
     // Keyboards with a separate Delete key may use it too; the menu shows the first shortcut.
     m_deleteAllImages->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace),
                                      QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Delete)});
+    // Linux has no application menu with its Quit: the file menu carries it, as is usual there.
+    m_quit = makeAction(QStringLiteral("quit"), QStringLiteral("Kilépés"), QKeySequence(Qt::CTRL | Qt::Key_Q),
+                        &AppCommands::quit);
+    m_quit->setMenuRole(QAction::QuitRole);
     m_openSettings->setMenuRole(QAction::PreferencesRole);
     m_showAbout->setMenuRole(QAction::AboutRole);
 }
@@ -74,6 +78,8 @@ void AppCommands::populateMenuBar(QMenuBar* menuBar) const
     file->addAction(m_openSettings);
     file->addSeparator();
     file->addAction(m_showAbout);
+    file->addSeparator();
+    file->addAction(m_quit);
 
     QMenu* playback = menuBar->addMenu(QStringLiteral("Lejátszás"));
     playback->setObjectName(QStringLiteral("playbackMenu"));

@@ -1,7 +1,7 @@
 // The ten menu commands of the window: one QAction each, with its title and shortcut, placed
-// in the "Fájl", "Lejátszás" and "Képek" menus. An action never calls the editor: it emits the
-// signal named after the command, and ContentView turns that into the editor call.
-// Main thread only; the actions are children of this object.
+// in the "Fájl", "Lejátszás" and "Képek" menus; "Kilépés" ends the "Fájl" menu. An action never calls the
+// editor: it emits the signal named after the command, and ContentView turns that into the editor call. Main
+// thread only; the actions are children of this object.
 #pragma once
 
 #include <QObject>
@@ -18,8 +18,10 @@ public:
     // Adds the three menus, in their order, to `menuBar`.
     void populateMenuBar(QMenuBar* menuBar) const;
 
-    // The actions in the order they are declared in the menus.
+    // The ten command actions in the order they are declared in the menus.
     QList<QAction*> actions() const;
+    // "Kilépés" (Ctrl+Q), the last item of "Fájl": it asks the window to close, which quits.
+    QAction* quitAction() const { return m_quit; }
 
 signals:
     void newProject();
@@ -32,6 +34,7 @@ signals:
     void deleteAllImages();
     void deletePortraitImages();
     void deleteLandscapeImages();
+    void quit();
 
 private:
     QAction* makeAction(const QString& objectName, const QString& title, const QKeySequence& shortcut,
@@ -47,4 +50,5 @@ private:
     QAction* m_deleteAllImages;
     QAction* m_deletePortraitImages;
     QAction* m_deleteLandscapeImages;
+    QAction* m_quit;
 };

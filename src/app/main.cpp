@@ -3,11 +3,13 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/ExportRunner.h"
+#include "app/QtTranslations.h"
 #include "app/StderrDialogs.h"
 #include "app/TestHooks.h"
 #include "audio/DefaultAudioPlayerFactory.h"
 #include "export/FfmpegLogging.h"
 #include "ui/ContentView.h"
+#include "ui/DarkTheme.h"
 #include "ui/MainWindow.h"
 #include "ui/QtDialogs.h"
 
@@ -37,6 +39,8 @@ int runWindow(int argc, char* argv[], const CommandLineOptions& options)
 {
     QApplication app(argc, argv);
     setUpApplication();
+    applyDarkTheme(app);
+    installQtTranslations(app);
 
     AppDelegate delegate;
     QtDialogs dialogs;

@@ -65,7 +65,8 @@ std::optional<QImage> VideoEditorViewModel::renderCurrentFrame() const
 {
     if (m_duration <= 0.0)
         return std::nullopt;
-    const int64_t index = floorToInt64Checked(m_currentTime * FPS);
+    // The frame the counter shows: the same time-to-frame rule as everywhere in the editor.
+    const int64_t index = frameIndexForTime(m_currentTime);
     const QSizeF size = videoSize();
     return renderFrame(m_frameManager, index, nullptr,
                        QSize(static_cast<int>(size.width()), static_cast<int>(size.height())));

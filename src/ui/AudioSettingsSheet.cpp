@@ -30,7 +30,7 @@ QLabel* textLabel(const QString& text, QWidget* parent, double pointSize, bool b
 {
     auto* label = new QLabel(text, parent);
     QFont font = label->font();
-    font.setPointSizeF(pointSize);
+    font.setPixelSize(qRound(pointSize));
     font.setBold(bold);
     label->setFont(font);
     return label;

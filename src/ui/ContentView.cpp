@@ -4,6 +4,7 @@
 #include "app/AppDelegate.h"
 #include "editor/VideoEditorViewModel.h"
 #include "ui/ControlButtons.h"
+#include "ui/DarkTheme.h"
 #include "ui/ImageSidebarView.h"
 #include "ui/ProgressOverlay.h"
 #include "ui/ResizableSplitView.h"
@@ -15,23 +16,6 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-namespace {
-
-QPalette darkPalette(QPalette palette)
-{
-    palette.setColor(QPalette::Window, QColor(0x1e, 0x1e, 0x1e));
-    palette.setColor(QPalette::WindowText, Qt::white);
-    palette.setColor(QPalette::Base, QColor(0x2a, 0x2a, 0x2a));
-    palette.setColor(QPalette::Text, Qt::white);
-    palette.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
-    palette.setColor(QPalette::ButtonText, Qt::white);
-    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    return palette;
-}
-
-} // namespace
-
 ContentView::ContentView(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent)
     : QWidget(parent)
     , m_viewModel(new VideoEditorViewModel(std::move(environment), this))
@@ -39,7 +23,9 @@ ContentView::ContentView(EditorEnvironment environment, AppDelegate* delegate, Q
 {
     setObjectName(QStringLiteral("contentView"));
     setMinimumSize(1400, 800);
-    setPalette(darkPalette(palette()));
+    // The application carries the same palette; the view sets it too so that it is dark even
+    // where it is made without the application's theme (tests).
+    setPalette(darkPalette());
     setAutoFillBackground(true);
 
     auto* layout = new QVBoxLayout(this);

@@ -30,7 +30,7 @@ ControlButton::ControlButton(const QString& title, const QColor& color, const QS
 QFont ControlButton::titleFont() const
 {
     QFont font = this->font();
-    font.setPointSizeF(14);
+    font.setPixelSize(14);
     font.setWeight(QFont::Medium);
     return font;
 }

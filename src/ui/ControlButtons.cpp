@@ -24,7 +24,7 @@ QFont monospaced(double pointSize, QFont::Weight weight)
 {
     QFont font(QStringLiteral("monospace"));
     font.setStyleHint(QFont::Monospace);
-    font.setPointSizeF(pointSize);
+    font.setPixelSize(qRound(pointSize));
     font.setWeight(weight);
     return font;
 }

@@ -50,7 +50,12 @@ std::vector<FileType> imageFileTypes()
     for (const QByteArray& format : QImageReader::supportedImageFormats())
         readable << QString::fromLatin1(format).toLower();
     readable.removeDuplicates();
+    // The first entry, the one the chooser opens with, shows pictures and PDF scores together.
+    QStringList everything = readable;
+    everything << QStringLiteral("pdf");
+    everything.removeDuplicates();
     return {
+            {QStringLiteral("Képek és PDF"), everything},
             {QStringLiteral("Kép"), readable},
             {QStringLiteral("PDF"), {QStringLiteral("pdf")}},
             {QStringLiteral("PNG"), {QStringLiteral("png")}},
@@ -71,12 +76,12 @@ ImageSidebarView::ImageSidebarView(VideoEditorViewModel& viewModel, Dialogs& dia
     auto* title = new QLabel(QStringLiteral("Képek"), this);
     title->setObjectName(QStringLiteral("sidebarTitle"));
     QFont titleFont = title->font();
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.3);
+    titleFont.setPixelSize(18);
     titleFont.setBold(true);
     title->setFont(titleFont);
 
     QFont zoomFont = font();
-    zoomFont.setPointSize(11);
+    zoomFont.setPixelSize(11);
     m_zoomOutButton = new QToolButton(this);
     m_zoomOutButton->setObjectName(QStringLiteral("zoomOutButton"));
     m_zoomOutButton->setIcon(sidebarIcon(QStringLiteral("minus-magnifyingglass")));

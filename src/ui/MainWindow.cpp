@@ -3,6 +3,10 @@
 #include "app/AppCommands.h"
 #include "ui/ContentView.h"
 
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QEvent>
 #include <QMenuBar>
 
 MainWindow::MainWindow(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent)
@@ -16,8 +20,33 @@ MainWindow::MainWindow(EditorEnvironment environment, AppDelegate* delegate, QWi
     // belong to the window, so their shortcuts work wherever the focus is inside it.
     m_commands->populateMenuBar(menuBar());
     addActions(m_commands->actions());
+    addAction(m_commands->quitAction());
     m_contentView->connectCommands(*m_commands);
+    // "Kilépés" takes the same way out as the window's close button: closing the last window
+    // quits, and quitting autosaves.
+    connect(m_commands, &AppCommands::quit, this, &QWidget::close);
     setCentralWidget(m_contentView);
+    // Buttons are polished just before they first show, wherever in the window they live
+    // (thumbnails come and go); see eventFilter.
+    qApp->installEventFilter(this);
+}
+
+MainWindow::~MainWindow()
+{
+    qApp->removeEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    // Space plays and pauses wherever the pointer clicked last: a button of the window must not
+    // keep the keyboard focus after a click, or the next Space would press it again (reopening
+    // a chooser). Buttons are still reachable with Tab; text fields and sliders keep theirs.
+    if (event->type() == QEvent::Polish) {
+        auto* button = qobject_cast<QAbstractButton*>(watched);
+        if (button && button->window() == this && (button->focusPolicy() & Qt::ClickFocus))
+            button->setFocusPolicy(Qt::TabFocus);
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 VideoEditorViewModel& MainWindow::editor() const

@@ -18,10 +18,14 @@ public:
     // `delegate` may be null (tests without an application shell).
     explicit MainWindow(EditorEnvironment environment, AppDelegate* delegate = nullptr,
                         QWidget* parent = nullptr);
+    ~MainWindow() override;
 
     VideoEditorViewModel& editor() const;
     ContentView& contentView() const { return *m_contentView; }
     AppCommands& commands() const { return *m_commands; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     AppCommands* m_commands;

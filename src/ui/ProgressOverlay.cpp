@@ -51,7 +51,7 @@ QLabel* makeLabel(const QString& objectName, double pointSize, QWidget* parent)
     label->setObjectName(objectName);
     label->setAlignment(Qt::AlignCenter);
     QFont font = label->font();
-    font.setPointSizeF(pointSize);
+    font.setPixelSize(qRound(pointSize));
     label->setFont(font);
     return label;
 }
@@ -66,7 +66,9 @@ ProgressOverlay::ProgressOverlay(VideoEditorViewModel& viewModel, QWidget* paren
     auto* outer = new QVBoxLayout(this);
     m_panel = new QWidget(this);
     m_panel->setObjectName(QStringLiteral("progressPanel"));
-    m_panel->setAutoFillBackground(true);
+    // The panel paints its own translucent background (see paintPanel); the window around it
+    // stays as it is, only guarded against clicks while the overlay is up.
+    m_panel->installEventFilter(this);
     auto* column = new QVBoxLayout(m_panel);
     column->setContentsMargins(40, 30, 40, 30);
     column->setSpacing(14);
@@ -117,13 +119,24 @@ bool ProgressOverlay::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == parentWidget() && event->type() == QEvent::Resize)
         setGeometry(parentWidget()->rect());
+    if (watched == m_panel && event->type() == QEvent::Paint)
+        paintPanel();
     return QWidget::eventFilter(watched, event);
 }
 
-void ProgressOverlay::paintEvent(QPaintEvent*)
+void ProgressOverlay::paintPanel()
 {
-    QPainter painter(this);
-    QColor veil = palette().color(QPalette::Window);
-    veil.setAlphaF(0.8f);
-    painter.fillRect(rect(), veil);
+    // The panel's background: the window colour at 0.8 opacity, with rounded corners.
+    QPainter painter(m_panel);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(panelColor());
+    painter.drawRoundedRect(QRectF(m_panel->rect()), 12, 12);
+}
+
+QColor ProgressOverlay::panelColor() const
+{
+    QColor color = palette().color(QPalette::Window);
+    color.setAlphaF(0.8f);
+    return color;
 }

@@ -1,7 +1,7 @@
 // Covers the whole window while an export or a save runs (the editor's isSavingProject):
 // a spinning indicator, the title "Export folyamatban...", a 300-point progress bar, the
-// whole percentage and the progress text, on a panel in the middle of a 0.8-opaque veil.
-// It swallows the mouse while shown. Main thread only.
+// whole percentage and the progress text, on a panel in the middle whose background is
+// 0.8-opaque. It swallows the mouse over the whole window while shown. Main thread only.
 #pragma once
 
 #include <QWidget>
@@ -21,12 +21,15 @@ public:
     static QString percentText(double progress);
 
     void refresh();
+    // The panel's background colour: the window colour at 0.8 opacity.
+    QColor panelColor() const;
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void paintPanel();
+
     VideoEditorViewModel& m_viewModel;
     QWidget* m_panel;
     QLabel* m_title;

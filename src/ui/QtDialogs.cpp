@@ -1,8 +1,12 @@
 #include "ui/QtDialogs.h"
 
 #include <QFileDialog>
+#include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+
+#include <vector>
 
 namespace {
 
@@ -32,6 +36,43 @@ QStringList nameFilters(const std::vector<FileType>& types, bool includeAll)
     if (includeAll || filters.isEmpty())
         filters << QStringLiteral("Minden fájl (*)");
     return filters;
+}
+
+// The chooser's title bar carries the prompt too: Qt's chooser has no message line of its own,
+// and a prompt that is only passed along would never be read.
+QString chooserTitle(const QString& title, const QString& message)
+{
+    if (message.isEmpty())
+        return title;
+    if (title.isEmpty())
+        return message;
+    return title + QStringLiteral(" – ") + message;
+}
+
+// Qt's own chooser, not the desktop's: it follows the application's dark palette and its
+// Hungarian texts. The prompt, when there is one, goes in a line above everything else.
+void prepareChooser(QFileDialog* dialog, const QString& message)
+{
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    auto* grid = qobject_cast<QGridLayout*>(dialog->layout());
+    if (message.isEmpty() || !grid)
+        return;
+    struct Placed {
+        QLayoutItem* item;
+        int row, column, rowSpan, columnSpan;
+    };
+    std::vector<Placed> placed;
+    while (grid->count() > 0) {
+        Placed entry{};
+        grid->getItemPosition(0, &entry.row, &entry.column, &entry.rowSpan, &entry.columnSpan);
+        entry.item = grid->takeAt(0);
+        placed.push_back(entry);
+    }
+    for (const Placed& entry : placed)
+        grid->addItem(entry.item, entry.row + 1, entry.column, entry.rowSpan, entry.columnSpan);
+    auto* prompt = new QLabel(message, dialog);
+    prompt->setObjectName(QStringLiteral("chooserPrompt"));
+    grid->addWidget(prompt, 0, 0, 1, grid->columnCount());
 }
 
 } // namespace
@@ -70,11 +111,12 @@ int QtDialogs::question(AlertStyle style, const QString& message, const QString&
 void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
                                std::function<void(std::optional<QString>)> done)
 {
-    auto* dialog = new QFileDialog(m_parent, request.title);
+    auto* dialog = new QFileDialog(m_parent, chooserTitle(request.title, request.message));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setObjectName(QStringLiteral("saveFileDialog"));
+    prepareChooser(dialog, request.message);
     dialog->setNameFilters(nameFilters(request.allowedTypes, false));
     // A name typed without an extension gets the first offered one; a typed extension is kept.
     if (!request.allowedTypes.empty() && !request.allowedTypes.front().extensions.isEmpty())
@@ -94,9 +136,10 @@ void QtDialogs::chooseSaveFile(const SaveFileRequest& request,
 
 void QtDialogs::chooseOpenFiles(const OpenFileRequest& request, std::function<void(QStringList)> done)
 {
-    auto* dialog = new QFileDialog(m_parent, request.title.isEmpty() ? request.message : request.title);
+    auto* dialog = new QFileDialog(m_parent, chooserTitle(request.title, request.message));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setObjectName(QStringLiteral("openFileDialog"));
+    prepareChooser(dialog, request.message);
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setFileMode(request.allowsMultipleSelection ? QFileDialog::ExistingFiles
                                                         : QFileDialog::ExistingFile);

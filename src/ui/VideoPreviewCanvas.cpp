@@ -78,7 +78,7 @@ void VideoPreviewCanvas::paintEvent(QPaintEvent*)
     QColor grey(Qt::gray);
     grey.setAlphaF(0.6f);
     QFont font = this->font();
-    font.setPointSizeF(16);
+    font.setPixelSize(16);
     const int textHeight = QFontMetrics(font).height();
     const int symbolSize = 60;
     const int padding = 12;

@@ -15,7 +15,7 @@ QLabel* makeInfoLabel(const QString& objectName, QWidget* parent)
     auto* label = new QLabel(parent);
     label->setObjectName(objectName);
     QFont font = label->font();
-    font.setPointSizeF(11);
+    font.setPixelSize(11);
     label->setFont(font);
     label->setStyleSheet(QStringLiteral("QLabel { color: white; background: rgba(0, 0, 0, 153);"
                                         " border-radius: 4px; padding: 4px 6px; }"));
@@ -38,7 +38,7 @@ public:
         auto* text = new QLabel(QStringLiteral("REC"), this);
         text->setObjectName(QStringLiteral("recordingLabel"));
         QFont font = text->font();
-        font.setPointSizeF(11);
+        font.setPixelSize(11);
         font.setBold(true);
         text->setFont(font);
         text->setStyleSheet(QStringLiteral("color: red;"));

@@ -57,14 +57,18 @@ void WaveformCanvas::drawTimeRuler(QPainter& painter, QSizeF size, double durati
 {
     const double pointsPerSecond = duration > 0.0 ? size.width() / duration : 0.0;
     QFont labelFont = painter.font();
-    labelFont.setPointSizeF(8);
+    labelFont.setPixelSize(11);
     painter.setFont(labelFont);
     const QColor tickColor = palette().color(QPalette::Mid);
+    // The labels must stay readable on the strip: the text colour, softened a little, keeps a
+    // contrast well above 4.5:1 against the base colour in a dark or a light palette.
+    QColor labelColor = palette().color(QPalette::Text);
+    labelColor.setAlphaF(0.75f);
     for (double tick : timeRulerTicks(size.width(), duration)) {
         const double x = tick * pointsPerSecond;
         painter.setPen(QPen(tickColor, 1));
         painter.drawLine(QPointF(x, kRulerHeight - 6), QPointF(x, kRulerHeight));
-        painter.setPen(palette().color(QPalette::PlaceholderText));
+        painter.setPen(labelColor);
         painter.drawText(QPointF(x + 3, kRulerHeight - 7), timeRulerLabel(tick));
     }
     painter.setPen(QPen(tickColor, 1));

@@ -48,13 +48,14 @@ TEST(AppCommandsTest, MenusHoldTheCommandsInOrderWithTitlesAndShortcuts)
     EXPECT_EQ(menus[0]->text(), QStringLiteral("Fájl"));
     EXPECT_EQ(menus[1]->text(), QStringLiteral("Lejátszás"));
     EXPECT_EQ(menus[2]->text(), QStringLiteral("Képek"));
-    EXPECT_EQ(itemsOf(menus[0]->menu()),
-              QStringList({QStringLiteral("Új projekt|Ctrl+N"), QStringLiteral("-"),
-                           QStringLiteral("Projekt mentése|Ctrl+S"),
-                           QStringLiteral("Mentés más néven...|Ctrl+Shift+S"),
-                           QStringLiteral("Projekt betöltése...|Ctrl+O"), QStringLiteral("-"),
-                           QStringLiteral("Beállítások...|Ctrl+,"), QStringLiteral("-"),
-                           QStringLiteral("Névjegy|")}));
+    EXPECT_EQ(
+            itemsOf(menus[0]->menu()),
+            QStringList({QStringLiteral("Új projekt|Ctrl+N"), QStringLiteral("-"),
+                         QStringLiteral("Projekt mentése|Ctrl+S"),
+                         QStringLiteral("Mentés más néven...|Ctrl+Shift+S"),
+                         QStringLiteral("Projekt betöltése...|Ctrl+O"), QStringLiteral("-"),
+                         QStringLiteral("Beállítások...|Ctrl+,"), QStringLiteral("-"),
+                         QStringLiteral("Névjegy|"), QStringLiteral("-"), QStringLiteral("Kilépés|Ctrl+Q")}));
     EXPECT_EQ(itemsOf(menus[1]->menu()), QStringList({QStringLiteral("Play / Pause|Space")}));
     EXPECT_EQ(itemsOf(menus[2]->menu()),
               QStringList({QStringLiteral("Összes kép törlése|Ctrl+Shift+Backspace"), QStringLiteral("-"),
@@ -199,4 +200,28 @@ TEST(AppDelegateTest, ClosingTheLastWindowQuits)
     QSignalSpy terminating(&delegate, &AppDelegate::terminating);
     delegate.applicationWillTerminate();
     EXPECT_EQ(terminating.count(), 1);
+}
+
+TEST(AppCommandsTest, KilepesClosesTheWindowTheWayItsCloseButtonDoes)
+{
+    // The title bar's close button sends the window a close event; Ctrl+Q must do the same,
+    // since closing the last window is what quits (and the quit autosaves).
+    class CloseCounter : public QObject {
+    public:
+        int closes = 0;
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            if (event->type() == QEvent::Close)
+                ++closes;
+            return false;
+        }
+    } counter;
+    WindowFixture fixture;
+    fixture.show();
+    fixture.window().installEventFilter(&counter);
+    QTest::keyClick(&fixture.window(), Qt::Key_Q, Qt::ControlModifier);
+    drainEvents();
+    EXPECT_EQ(counter.closes, 1);
+    EXPECT_FALSE(fixture.window().isVisible());
+    EXPECT_TRUE(QGuiApplication::quitOnLastWindowClosed());
 }

@@ -153,12 +153,18 @@ TEST_F(ImageSidebarViewTest, AddButtonAsksForImagesAndPdfsAndImportsThemInOrder)
     const OpenFileRequest request = dialogs.openRequests()[0];
     EXPECT_TRUE(request.allowsMultipleSelection);
     EXPECT_FALSE(request.canChooseDirectories);
-    ASSERT_EQ(request.allowedTypes.size(), 4u);
-    EXPECT_TRUE(request.allowedTypes[0].extensions.contains(QStringLiteral("png")));
-    EXPECT_TRUE(request.allowedTypes[0].extensions.contains(QStringLiteral("jpg")));
-    EXPECT_EQ(request.allowedTypes[1].extensions, QStringList{QStringLiteral("pdf")});
-    EXPECT_EQ(request.allowedTypes[2].extensions, QStringList{QStringLiteral("png")});
-    EXPECT_TRUE(request.allowedTypes[3].extensions.contains(QStringLiteral("jpeg")));
+    // The chooser opens on pictures and PDF scores together, then the four single kinds.
+    ASSERT_EQ(request.allowedTypes.size(), 5u);
+    EXPECT_EQ(request.allowedTypes[0].name, QStringLiteral("Képek és PDF"));
+    for (const QString& extension : request.allowedTypes[1].extensions)
+        EXPECT_TRUE(request.allowedTypes[0].extensions.contains(extension)) << extension.toStdString();
+    EXPECT_TRUE(request.allowedTypes[0].extensions.contains(QStringLiteral("pdf")));
+    EXPECT_TRUE(request.allowedTypes[1].extensions.contains(QStringLiteral("png")));
+    EXPECT_TRUE(request.allowedTypes[1].extensions.contains(QStringLiteral("jpg")));
+    EXPECT_FALSE(request.allowedTypes[1].extensions.contains(QStringLiteral("pdf")));
+    EXPECT_EQ(request.allowedTypes[2].extensions, QStringList{QStringLiteral("pdf")});
+    EXPECT_EQ(request.allowedTypes[3].extensions, QStringList{QStringLiteral("png")});
+    EXPECT_TRUE(request.allowedTypes[4].extensions.contains(QStringLiteral("jpeg")));
 
     ASSERT_EQ(editor.images().size(), 2u);
     EXPECT_EQ(editor.images()[0].url(), path(QStringLiteral("one.pdf")));

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -88,4 +89,60 @@ TEST(QtDialogsTest, SaveChooserHasTitleProposedNameAndFilters)
     dialog->reject();
     QCoreApplication::processEvents();
     EXPECT_FALSE(answer.has_value());
+}
+
+namespace {
+
+QFileDialog* openChooser(const QString& objectName)
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (widget->objectName() == objectName && widget->isVisible())
+            return qobject_cast<QFileDialog*>(widget);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TEST(QtDialogsTest, TheSaveChoosersPromptIsShownInItsTitle)
+{
+    QtDialogs dialogs;
+    SaveFileRequest request;
+    request.title = QStringLiteral("Videó exportálása");
+    request.message = QStringLiteral("Videó fájl mentése (MOV/MP4)");
+    request.proposedName = QStringLiteral("video.mov");
+    dialogs.chooseSaveFile(request, [](std::optional<QString>) {});
+    QFileDialog* dialog = openChooser(QStringLiteral("saveFileDialog"));
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Videó exportálása")));
+    EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Videó fájl mentése (MOV/MP4)")));
+    auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("chooserPrompt"));
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_TRUE(prompt->isVisible());
+    EXPECT_EQ(prompt->text(), QStringLiteral("Videó fájl mentése (MOV/MP4)"));
+    // Above the file list: the prompt is the first thing in the chooser.
+    EXPECT_LT(prompt->mapTo(dialog, QPoint(0, 0)).y(), 20);
+    dialog->reject();
+    QCoreApplication::processEvents();
+}
+
+TEST(QtDialogsTest, TheOpenChoosersPromptIsShownInItsTitleAndItsFirstFilterIsSelected)
+{
+    QtDialogs dialogs;
+    OpenFileRequest request;
+    request.title = QStringLiteral("Hangfájl megnyitása");
+    request.message = QStringLiteral("Válassz egy hangfájlt");
+    request.allowedTypes = {{QStringLiteral("Hang"), {QStringLiteral("wav"), QStringLiteral("mp3")}},
+                            {QStringLiteral("WAV"), {QStringLiteral("wav")}}};
+    dialogs.chooseOpenFiles(request, [](const QStringList&) {});
+    QFileDialog* dialog = openChooser(QStringLiteral("openFileDialog"));
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Válassz egy hangfájlt")));
+    auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("chooserPrompt"));
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_TRUE(prompt->isVisible());
+    EXPECT_EQ(prompt->text(), QStringLiteral("Válassz egy hangfájlt"));
+    EXPECT_EQ(dialog->selectedNameFilter(), QStringLiteral("Hang (*.wav *.mp3)"));
+    dialog->reject();
+    QCoreApplication::processEvents();
 }
