@@ -21,6 +21,18 @@ struct VideoWriter::Encoder {
     AVStream* stream = nullptr;
 };
 
+namespace {
+
+// True when a second stretch encoder starts with exactly `parameterSets`.
+bool sameParameterSets(int width, int height, int fps, const std::vector<uint8_t>& parameterSets)
+{
+    const CodecContextPtr second = openH264Encoder(width, height, fps, H264EncoderUse::stretches, nullptr);
+    return second && std::vector<uint8_t>(second->extradata, second->extradata + second->extradata_size) ==
+                             parameterSets;
+}
+
+} // namespace
+
 VideoWriter::VideoWriter(QString path, int width, int height, int fps, VideoEncoding encoding)
     : m_path(std::move(path))
     , m_width(width)
@@ -74,8 +86,11 @@ bool VideoWriter::prepare(QString* error)
             return refuse(openError);
         const AVCodecContext* spare = encoder->spare.get();
         encoder->parameterSets.assign(spare->extradata, spare->extradata + spare->extradata_size);
-        // Parameter sets the skip pictures cannot follow: every frame is encoded instead.
+        // Parameter sets the skip pictures cannot follow, or an encoder that does not write
+        // the same ones each time it starts: every frame is encoded instead.
         m_skip = readH264SkipParameters(encoder->parameterSets, nullptr);
+        if (m_skip && !sameParameterSets(m_width, m_height, m_fps, encoder->parameterSets))
+            m_skip.reset();
         if (!m_skip)
             encoder->spare.reset();
     }
