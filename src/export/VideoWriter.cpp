@@ -21,18 +21,6 @@ struct VideoWriter::Encoder {
     AVStream* stream = nullptr;
 };
 
-namespace {
-
-// True when a second stretch encoder starts with exactly `parameterSets`.
-bool sameParameterSets(int width, int height, int fps, const std::vector<uint8_t>& parameterSets)
-{
-    const CodecContextPtr second = openH264Encoder(width, height, fps, H264EncoderUse::stretches, nullptr);
-    return second && std::vector<uint8_t>(second->extradata, second->extradata + second->extradata_size) ==
-                             parameterSets;
-}
-
-} // namespace
-
 VideoWriter::VideoWriter(QString path, int width, int height, int fps, VideoEncoding encoding)
     : m_path(std::move(path))
     , m_width(width)
@@ -81,18 +69,27 @@ bool VideoWriter::prepare(QString* error)
 
     QString openError;
     if (m_encoding == VideoEncoding::changesOnly) {
-        encoder->spare = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
-        if (!encoder->spare)
-            return refuse(openError);
-        const AVCodecContext* spare = encoder->spare.get();
-        encoder->parameterSets.assign(spare->extradata, spare->extradata + spare->extradata_size);
+        // Two stretch encoders in turn (never both at once: each holds a lot of memory).
         // Parameter sets the skip pictures cannot follow, or an encoder that does not write
         // the same ones each time it starts: every frame is encoded instead.
+        CodecContextPtr first =
+                openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
+        if (!first)
+            return refuse(openError);
+        encoder->parameterSets.assign(first->extradata, first->extradata + first->extradata_size);
+        first.reset();
         m_skip = readH264SkipParameters(encoder->parameterSets, nullptr);
-        if (m_skip && !sameParameterSets(m_width, m_height, m_fps, encoder->parameterSets))
-            m_skip.reset();
-        if (!m_skip)
-            encoder->spare.reset();
+        if (m_skip) {
+            encoder->spare = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
+            if (!encoder->spare)
+                return refuse(openError);
+            const AVCodecContext* spare = encoder->spare.get();
+            if (std::vector<uint8_t>(spare->extradata, spare->extradata + spare->extradata_size) !=
+                encoder->parameterSets) {
+                m_skip.reset();
+                encoder->spare.reset();
+            }
+        }
     }
     if (!m_skip) {
         encoder->codec = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::everyFrame, &openError);
