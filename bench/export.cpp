@@ -17,7 +17,6 @@
 #include "render/FrameSnapshot.h"
 #include "support/EventLoop.h"
 #include "support/ExportFixtures.h"
-#include "support/Log.h"
 #include "support/ScriptedDialogs.h"
 #include "support/VideoProbe.h"
 
@@ -124,7 +123,6 @@ struct TimedFile {
 TimedFile runVideoOnly(const VideoEditorViewModel& editor, const QString& path, VideoEncoding encoding)
 {
     const VideoExportJob job = exportJob(editor, path, encoding);
-    LogCapture quiet; // the export's progress lines would bury the figures
     QElapsedTimer timer;
     timer.start();
     const VideoExportResult result = runVideoExport(
