@@ -137,11 +137,11 @@ std::vector<int> nalTypes(const AVPacket* packet)
     int offset = 0;
     while (offset + 4 < packet->size) {
         const uint8_t* p = packet->data + offset;
-        const int length = (p[0] << 24) | (p[1] << 16) | (p[2] << 8) | p[3];
+        const int64_t length = (int64_t(p[0]) << 24) | (p[1] << 16) | (p[2] << 8) | p[3];
         if (length <= 0 || offset + 4 + length > packet->size)
             return {-1};
         types.push_back(p[4] & 0x1f);
-        offset += 4 + length;
+        offset += 4 + static_cast<int>(length);
     }
     return types;
 }
