@@ -1,8 +1,10 @@
-// Export benchmark: a generated 60-second project (4 score pages, 0.5 s fades, 1800 frames,
-// a stereo recording) exported through the editor, against the same 1800 converted frames
-// fed straight to the same H.264 writer (the encoder's own limit). Each figure is the median
-// of several runs; peak memory comes from getrusage in a fresh child process per project
-// length (60 seconds and 10 minutes).
+// Export benchmark on two generated projects: 60 seconds (4 page turns) and 10 minutes (30
+// page turns), score pages with 0.5 s fades at 30 fps. For each: the export as it is (only
+// changes encoded, still frames as skip pictures), the every-frame path kept as the
+// reference (every frame through libx264), and bare libx264 on every frame (only the
+// encoder's own time counted); the ratios, the file sizes, and the export with a stereo
+// recording muxed in. The 60-second figures are medians of several runs. Peak memory comes
+// from getrusage in a fresh child process per project length.
 //
 //   bench_export                 all of the above
 //   bench_export --memory N [--silent]   one export of an N-frame project (with a recording
@@ -10,6 +12,7 @@
 #include "audio/FloatWavWriter.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/PictureConverter.h"
+#include "export/VideoExport.h"
 #include "export/VideoWriter.h"
 #include "render/FrameSnapshot.h"
 #include "support/EventLoop.h"
@@ -63,7 +66,8 @@ QImage scorePage(int seed)
     return page;
 }
 
-void buildProject(VideoEditorViewModel& editor, int64_t frames)
+// `turns` page turns spread evenly over `frames` frames, the four pages taken in turn.
+void buildProject(VideoEditorViewModel& editor, int64_t frames, int turns = kPages - 1)
 {
     std::vector<QImage> pages;
     for (int i = 0; i < kPages; ++i)
@@ -72,10 +76,11 @@ void buildProject(VideoEditorViewModel& editor, int64_t frames)
     ensureFrames(editor, frames);
     // The page fitted into the canvas and centred: 764 x 1080 at x 578.
     const QRect rect(578, 0, 764, 1080);
-    const int64_t perPage = frames / kPages;
-    for (int page = 0; page < kPages; ++page) {
-        const int64_t end = page == kPages - 1 ? frames : (page + 1) * perPage;
-        assignFrames(editor, page * perPage, end, page, rect);
+    const int runs = turns + 1;
+    for (int run = 0; run < runs; ++run) {
+        const int64_t first = frames * run / runs;
+        const int64_t end = frames * (run + 1) / runs;
+        assignFrames(editor, first, end, run % kPages, rect);
     }
 }
 
@@ -98,38 +103,68 @@ double runExport(VideoEditorViewModel& editor, ScriptedDialogs& dialogs, const Q
     return seconds;
 }
 
-// The converted pictures of every frame, as the export makes them (unchanged frames share).
-std::vector<VideoPicture> convertedFrames(const VideoEditorViewModel& editor)
+VideoExportJob exportJob(const VideoEditorViewModel& editor, const QString& path, VideoEncoding encoding)
+{
+    VideoExportJob job;
+    job.frames = snapshotFrames(editor.getFrameManager());
+    job.destination = path;
+    job.exportFPS = editor.exportFPS();
+    job.transitionDuration = editor.transitionDuration();
+    job.encoding = encoding;
+    return job;
+}
+
+struct TimedFile {
+    double seconds = 0.0;
+    int64_t bytes = 0;
+};
+
+// The export's own video pipeline without the editor around it (no recording).
+TimedFile runVideoOnly(const VideoEditorViewModel& editor, const QString& path, VideoEncoding encoding)
+{
+    const VideoExportJob job = exportJob(editor, path, encoding);
+    QElapsedTimer timer;
+    timer.start();
+    const VideoExportResult result = runVideoExport(
+            job, [](int64_t, int64_t) {}, [] {});
+    const double seconds = double(timer.nsecsElapsed()) / 1e9;
+    if (result.status != VideoWriterStatus::completed || !result.video) {
+        std::fprintf(stderr, "video export failed: %s\n", result.writerError.toUtf8().constData());
+        std::exit(1);
+    }
+    return {seconds, QFileInfo(result.video->path()).size()};
+}
+
+// libx264 on every frame, timing only the writer: the pictures are rendered and converted
+// outside the timed part, one at a time (unchanged frames send the same picture again).
+TimedFile runBareEncoder(const VideoEditorViewModel& editor, const QString& path)
 {
     const std::vector<FrameSnapshot> frames = snapshotFrames(editor.getFrameManager());
     SnapshotRenderer renderer(frames, editor.transitionDuration(), editor.exportFPS());
     PictureConverter converter(1920, 1080);
     QImage canvas(1920, 1080, QImage::Format_ARGB32_Premultiplied);
-    std::vector<VideoPicture> pictures;
-    for (int64_t i = 0; i < renderer.frameCount(); ++i) {
-        if (!pictures.empty() && renderer.samePictureAsPrevious(i)) {
-            pictures.push_back(pictures.back());
-            continue;
-        }
-        renderer.render(i, canvas);
-        pictures.push_back(converter.convert(canvas));
-    }
-    return pictures;
-}
-
-double runBareEncoder(const std::vector<VideoPicture>& pictures, const QString& path)
-{
+    VideoWriter writer(path, 1920, 1080, editor.exportFPS(), VideoEncoding::everyFrame);
     QElapsedTimer timer;
     timer.start();
-    VideoWriter writer(path, 1920, 1080, 30);
     if (!writer.prepare(nullptr) || !writer.startWriting()) {
         std::fprintf(stderr, "bare encoder failed to start\n");
         std::exit(1);
     }
-    for (size_t i = 0; i < pictures.size(); ++i)
-        writer.append(pictures[i], static_cast<int64_t>(i));
+    qint64 encoding = timer.nsecsElapsed();
+    VideoPicture picture;
+    for (int64_t i = 0; i < renderer.frameCount(); ++i) {
+        if (!picture || !renderer.samePictureAsPrevious(i)) {
+            renderer.render(i, canvas);
+            picture = converter.convert(canvas);
+        }
+        timer.restart();
+        writer.append(picture, i);
+        encoding += timer.nsecsElapsed();
+    }
+    timer.restart();
     writer.finishWriting();
-    return double(timer.nsecsElapsed()) / 1e9;
+    encoding += timer.nsecsElapsed();
+    return {double(encoding) / 1e9, QFileInfo(path).size()};
 }
 
 double median(std::vector<double> values)
@@ -159,12 +194,12 @@ double highWaterMarkMB()
     return -1.0;
 }
 
-int memoryRun(int64_t frames, bool withAudio)
+int memoryRun(int64_t frames, int turns, bool withAudio)
 {
     QTemporaryDir dir;
     ScriptedDialogs dialogs;
     VideoEditorViewModel editor(testEnvironment(dialogs));
-    buildProject(editor, frames);
+    buildProject(editor, frames, turns);
     if (withAudio)
         editor.setAudioURL(
                 writeToneWav(dir.filePath(QStringLiteral("audio.wav")), 44100, 2, double(frames) / 30.0));
@@ -183,65 +218,84 @@ int main(int argc, char* argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    if (arguments.size() >= 3 && arguments[1] == QStringLiteral("--memory"))
-        return memoryRun(arguments[2].toLongLong(), !arguments.contains(QStringLiteral("--silent")));
+    if (arguments.size() >= 4 && arguments[1] == QStringLiteral("--memory"))
+        return memoryRun(arguments[2].toLongLong(), arguments[3].toInt(),
+                         !arguments.contains(QStringLiteral("--silent")));
+
+    struct Length {
+        const char* name;
+        int64_t frames;
+        int turns;
+        int runs;
+    };
+    const std::vector<Length> lengths{{"60-second", 1800, kPages - 1, 3}, {"10-minute", 18000, 30, 1}};
 
     // Peak memory first, while this process is still small: getrusage's peak survives the
     // fork and exec that start the child.
     std::printf("peak memory of one export with a recording, fresh process each:\n");
-    for (const int64_t frames : {int64_t(1800), int64_t(18000)}) {
+    for (const Length& length : lengths) {
         QProcess child;
         child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        child.start(QCoreApplication::applicationFilePath(),
-                    {QStringLiteral("--memory"), QString::number(frames)});
+        child.start(
+                QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--memory"), QString::number(length.frames), QString::number(length.turns)});
         child.waitForFinished(-1);
         // The child's standard output also carries the export's log; keep the result line.
         for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
             if (line.startsWith("frames="))
-                std::printf("  memory run: %s\n", line.constData());
+                std::printf("  %s: %s\n", length.name, line.constData());
         }
-    }
-
-    constexpr int64_t kFrames = 1800;
-    constexpr int kRuns = 3;
-    QTemporaryDir dir;
-    ScriptedDialogs dialogs;
-    VideoEditorViewModel editor(testEnvironment(dialogs));
-    buildProject(editor, kFrames);
-    const QString audio = writeToneWav(dir.filePath(QStringLiteral("audio.wav")), 44100, 2, 60.0);
-
-    const std::vector<VideoPicture> pictures = convertedFrames(editor);
-    std::vector<double> exportSilent, exportWithAudio, bare;
-    for (int run = 0; run < kRuns; ++run) {
-        editor.setAudioURL(std::nullopt);
-        exportSilent.push_back(runExport(editor, dialogs, dir.filePath(QStringLiteral("silent.mov"))));
-        editor.setAudioURL(audio);
-        exportWithAudio.push_back(runExport(editor, dialogs, dir.filePath(QStringLiteral("audio.mov"))));
-        bare.push_back(runBareEncoder(pictures, dir.filePath(QStringLiteral("bare.mov"))));
-        std::printf("run %d: export %.2f s, export+audio %.2f s, bare encoder %.2f s\n", run + 1,
-                    exportSilent.back(), exportWithAudio.back(), bare.back());
         std::fflush(stdout);
     }
-    // Both ways must have written the same thing.
-    for (const QString& name :
-         {QStringLiteral("silent.mov"), QStringLiteral("audio.mov"), QStringLiteral("bare.mov")}) {
-        const VideoProbe probe = probeVideo(dir.filePath(name));
-        std::printf("%s: %lld video packets, %.3f s, %lld bytes, %d audio streams\n",
-                    name.toUtf8().constData(), static_cast<long long>(probe.videoPackets),
-                    probe.videoDuration, static_cast<long long>(QFileInfo(dir.filePath(name)).size()),
-                    probe.audioStreams);
-    }
-    const double silentFps = kFrames / median(exportSilent);
-    const double audioFps = kFrames / median(exportWithAudio);
-    const double bareFps = kFrames / median(bare);
-    std::printf("60-second project, %lld frames, medians of %d runs:\n", static_cast<long long>(kFrames),
-                kRuns);
-    std::printf("  export (silent)        %.1f fps\n", silentFps);
-    std::printf("  export (with audio)    %.1f fps\n", audioFps);
-    std::printf("  bare libx264           %.1f fps\n", bareFps);
-    std::printf("  ratio silent/bare      %.2f\n", silentFps / bareFps);
-    std::printf("  ratio with-audio/bare  %.2f\n", audioFps / bareFps);
-    std::fflush(stdout);
 
+    for (const Length& length : lengths) {
+        QTemporaryDir dir;
+        ScriptedDialogs dialogs;
+        VideoEditorViewModel editor(testEnvironment(dialogs));
+        buildProject(editor, length.frames, length.turns);
+        const QString audio = writeToneWav(dir.filePath(QStringLiteral("audio.wav")), 44100, 2,
+                                           double(length.frames) / 30.0);
+        std::vector<double> changes, everyFrame, bare, withAudio;
+        TimedFile changesFile, everyFrameFile, bareFile;
+        for (int run = 0; run < length.runs; ++run) {
+            changesFile = runVideoOnly(editor, dir.filePath(QStringLiteral("changes.mov")),
+                                       VideoEncoding::changesOnly);
+            changes.push_back(changesFile.seconds);
+            editor.setAudioURL(audio);
+            withAudio.push_back(runExport(editor, dialogs, dir.filePath(QStringLiteral("audio.mov"))));
+            editor.setAudioURL(std::nullopt);
+            everyFrameFile = runVideoOnly(editor, dir.filePath(QStringLiteral("every.mov")),
+                                          VideoEncoding::everyFrame);
+            everyFrame.push_back(everyFrameFile.seconds);
+            bareFile = runBareEncoder(editor, dir.filePath(QStringLiteral("bare.mov")));
+            bare.push_back(bareFile.seconds);
+            std::printf("%s run %d: export %.2f s, export+audio %.2f s, every-frame path %.2f s, "
+                        "bare libx264 %.2f s\n",
+                        length.name, run + 1, changes.back(), withAudio.back(), everyFrame.back(),
+                        bare.back());
+            std::fflush(stdout);
+        }
+        const VideoProbe probe = probeVideo(dir.filePath(QStringLiteral("audio.mov")));
+        const double n = double(length.frames);
+        const double changesS = median(changes);
+        const double everyS = median(everyFrame);
+        const double bareS = median(bare);
+        const double audioS = median(withAudio);
+        std::printf("%s project, %lld frames, %d page turns (median of %d runs):\n", length.name,
+                    static_cast<long long>(length.frames), length.turns, length.runs);
+        std::printf("  export (changes only)   %7.2f s  %7.1f fps  %10lld bytes\n", changesS, n / changesS,
+                    static_cast<long long>(changesFile.bytes));
+        std::printf("  export with recording   %7.2f s  %7.1f fps  (%lld video packets, %d audio streams)\n",
+                    audioS, n / audioS, static_cast<long long>(probe.videoPackets), probe.audioStreams);
+        std::printf("  every-frame path        %7.2f s  %7.1f fps  %10lld bytes\n", everyS, n / everyS,
+                    static_cast<long long>(everyFrameFile.bytes));
+        std::printf("  bare libx264            %7.2f s  %7.1f fps  %10lld bytes\n", bareS, n / bareS,
+                    static_cast<long long>(bareFile.bytes));
+        std::printf("  speed-up over every-frame path  %.1fx\n", everyS / changesS);
+        std::printf("  speed-up over bare libx264      %.1fx\n", bareS / changesS);
+        std::printf("  file size / every-frame path    %.3f\n",
+                    double(changesFile.bytes) / double(everyFrameFile.bytes));
+        std::fflush(stdout);
+    }
     return 0;
 }

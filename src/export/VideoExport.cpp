@@ -64,7 +64,8 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     // destination that is a folder, or a folder that takes no new file, fails the start.
     QString partialError;
     std::shared_ptr<PartialVideoFile> partial = PartialVideoFile::create(job.destination, &partialError);
-    VideoWriter writer(partial ? partial->path() : QString(), job.width, job.height, job.exportFPS);
+    VideoWriter writer(partial ? partial->path() : QString(), job.width, job.height, job.exportFPS,
+                       job.encoding);
     QString createError;
     if (!writer.prepare(&createError)) {
         result.threw = true;

@@ -23,6 +23,8 @@ struct VideoExportJob {
     int height = 1080;
     int exportFPS = 30;
     double transitionDuration = 0.5;
+    // The benchmark's reference path encodes every frame; the export encodes only changes.
+    VideoEncoding encoding = VideoEncoding::changesOnly;
 };
 
 struct VideoExportResult {

@@ -1,26 +1,32 @@
 #include "export/VideoWriter.h"
 
 #include "export/FfmpegHandles.h"
+#include "export/H264EncoderSetup.h"
+#include "export/SkipSlice.h"
 
 #include <QFile>
 
-extern "C" {
-#include <libavutil/opt.h>
-}
+#include <cstring>
 
 struct VideoWriter::Encoder {
     OutputContextPtr output;
+    // The encoder at work: the only one when every frame is encoded, else the current
+    // stretch's (null between stretches).
     CodecContextPtr codec;
+    // With skip pictures: the encoder opened by prepare(), kept for the first stretch.
+    CodecContextPtr spare;
+    std::vector<uint8_t> parameterSets; // the stream's SPS/PPS, as written in its header
     PacketPtr packet;
     FramePtr frame; // a reference to the picture being sent, with its own time stamp
     AVStream* stream = nullptr;
 };
 
-VideoWriter::VideoWriter(QString path, int width, int height, int fps)
+VideoWriter::VideoWriter(QString path, int width, int height, int fps, VideoEncoding encoding)
     : m_path(std::move(path))
     , m_width(width)
     , m_height(height)
     , m_fps(fps)
+    , m_encoding(encoding)
 {}
 
 VideoWriter::~VideoWriter() = default;
@@ -56,36 +62,43 @@ bool VideoWriter::prepare(QString* error)
                 QStringLiteral("A QuickTime konténer nem hozható létre: %1").arg(ffmpegErrorText(result)));
     encoder->output.reset(output);
 
-    const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
-    if (!codec)
-        return refuse(QStringLiteral("A H.264 kódoló (libx264) nem érhető el"));
-    encoder->codec.reset(avcodec_alloc_context3(codec));
     encoder->packet.reset(av_packet_alloc());
     encoder->frame.reset(av_frame_alloc());
-    if (!encoder->codec || !encoder->packet || !encoder->frame)
+    if (!encoder->packet || !encoder->frame)
         return refuse(ffmpegErrorText(AVERROR(ENOMEM)));
 
-    AVCodecContext* context = encoder->codec.get();
-    context->width = m_width;
-    context->height = m_height;
-    context->pix_fmt = AV_PIX_FMT_YUV420P;
-    context->time_base = AVRational{1, m_fps};
-    context->framerate = AVRational{m_fps, 1};
-    context->gop_size = 2 * m_fps; // a keyframe at least every 2 seconds
-    context->profile = FF_PROFILE_H264_HIGH;
-    context->color_range = AVCOL_RANGE_MPEG;
-    context->colorspace = AVCOL_SPC_BT709;
-    context->color_primaries = AVCOL_PRI_BT709;
-    context->color_trc = AVCOL_TRC_BT709;
-    context->sample_aspect_ratio = AVRational{1, 1};
-    if (output->oformat->flags & AVFMT_GLOBALHEADER)
-        context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    av_opt_set(context->priv_data, "preset", "veryfast", 0);
-    av_opt_set(context->priv_data, "tune", "stillimage", 0);
-    av_opt_set(context->priv_data, "crf", "18", 0);
-    av_opt_set(context->priv_data, "profile", "high", 0);
-    if ((result = avcodec_open2(context, codec, nullptr)) < 0)
-        return refuse(QStringLiteral("A H.264 kódoló nem indítható: %1").arg(ffmpegErrorText(result)));
+    QString openError;
+    if (m_encoding == VideoEncoding::changesOnly) {
+        // Two stretch encoders in turn (never both at once: each holds a lot of memory).
+        // Parameter sets the skip pictures cannot follow, or an encoder that does not write
+        // the same ones each time it starts: every frame is encoded instead.
+        CodecContextPtr first =
+                openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
+        if (!first)
+            return refuse(openError);
+        encoder->parameterSets.assign(first->extradata, first->extradata + first->extradata_size);
+        first.reset();
+        m_skip = readH264SkipParameters(encoder->parameterSets, nullptr);
+        if (m_skip) {
+            encoder->spare = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
+            if (!encoder->spare)
+                return refuse(openError);
+            const AVCodecContext* spare = encoder->spare.get();
+            if (std::vector<uint8_t>(spare->extradata, spare->extradata + spare->extradata_size) !=
+                encoder->parameterSets) {
+                m_skip.reset();
+                encoder->spare.reset();
+            }
+        }
+    }
+    if (!m_skip) {
+        encoder->codec = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::everyFrame, &openError);
+        if (!encoder->codec)
+            return refuse(openError);
+    } else {
+        m_planner.emplace(2 * static_cast<int64_t>(m_fps));
+    }
+    AVCodecContext* context = m_skip ? encoder->spare.get() : encoder->codec.get();
 
     encoder->stream = avformat_new_stream(output, nullptr);
     if (!encoder->stream)
@@ -119,7 +132,7 @@ bool VideoWriter::startWriting()
     return true;
 }
 
-bool VideoWriter::drainPackets()
+bool VideoWriter::drainPackets(std::vector<uint8_t>* lastPacket)
 {
     AVCodecContext* context = m_encoder->codec.get();
     AVPacket* packet = m_encoder->packet.get();
@@ -129,6 +142,13 @@ bool VideoWriter::drainPackets()
             return true;
         if (result < 0)
             return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
+        if (lastPacket) {
+            // The still stretch's IDR is the encoder's last packet; it is kept for resending.
+            if (packet->flags & AV_PKT_FLAG_KEY)
+                lastPacket->assign(packet->data, packet->data + packet->size);
+            else
+                lastPacket->clear();
+        }
         // Each frame lasts one tick of 1/fps; without it the last frame would have no length.
         packet->duration = 1;
         av_packet_rescale_ts(packet, context->time_base, m_encoder->stream->time_base);
@@ -140,21 +160,110 @@ bool VideoWriter::drainPackets()
     }
 }
 
-bool VideoWriter::append(const VideoPicture& picture, int64_t frameIndex)
+bool VideoWriter::sendToEncoder(const VideoPicture& picture, int64_t frameIndex, bool idr)
 {
-    if (m_status != VideoWriterStatus::writing || !picture)
-        return false;
     AVFrame* frame = m_encoder->frame.get();
     int result = av_frame_ref(frame, picture.get());
     if (result < 0)
         return fail(QStringLiteral("A képkocka nem adható át"), result);
     frame->pts = frameIndex;
-    frame->pict_type = AV_PICTURE_TYPE_NONE;
+    frame->pict_type = idr ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     result = avcodec_send_frame(m_encoder->codec.get(), frame);
     av_frame_unref(frame);
     if (result < 0)
         return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
     return drainPackets();
+}
+
+bool VideoWriter::openStretchEncoder()
+{
+    if (m_encoder->spare) {
+        m_encoder->codec = std::move(m_encoder->spare);
+        return true;
+    }
+    QString error;
+    CodecContextPtr codec = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &error);
+    if (!codec)
+        return fail(error, 0);
+    // Every stretch's pictures refer to the parameter sets in the file's header.
+    const std::vector<uint8_t> sets(codec->extradata, codec->extradata + codec->extradata_size);
+    if (sets != m_encoder->parameterSets)
+        return fail(QStringLiteral("A H.264 kódoló paraméterkészletei eltérnek"), 0);
+    m_encoder->codec = std::move(codec);
+    return true;
+}
+
+bool VideoWriter::endStretchEncoder(std::vector<uint8_t>* lastPacket)
+{
+    int result = avcodec_send_frame(m_encoder->codec.get(), nullptr);
+    if (result < 0)
+        return fail(QStringLiteral("A H.264 kódolás lezárása sikertelen"), result);
+    const bool drained = drainPackets(lastPacket);
+    m_encoder->codec.reset();
+    return drained;
+}
+
+bool VideoWriter::writeOwnPacket(const std::vector<uint8_t>& bytes, int64_t frameIndex, bool key)
+{
+    AVPacket* packet = m_encoder->packet.get();
+    int result = av_new_packet(packet, static_cast<int>(bytes.size()));
+    if (result < 0)
+        return fail(QStringLiteral("A videófájl írása sikertelen"), result);
+    std::memcpy(packet->data, bytes.data(), bytes.size());
+    packet->pts = frameIndex;
+    packet->dts = frameIndex;
+    packet->duration = 1;
+    packet->flags = key ? AV_PKT_FLAG_KEY : 0;
+    packet->stream_index = m_encoder->stream->index;
+    av_packet_rescale_ts(packet, AVRational{1, m_fps}, m_encoder->stream->time_base);
+    result = av_interleaved_write_frame(m_encoder->output.get(), packet);
+    if (result < 0)
+        return fail(QStringLiteral("A videófájl írása sikertelen"), result);
+    ++m_packetsWritten;
+    return true;
+}
+
+bool VideoWriter::runStep(const StretchStep& step)
+{
+    switch (step.action) {
+    case StretchAction::encodeChanging:
+        if (!m_encoder->codec && !openStretchEncoder())
+            return false;
+        return sendToEncoder(m_heldPicture, step.frameIndex, false);
+    case StretchAction::encodeStillIdr:
+        if (!m_encoder->codec && !openStretchEncoder())
+            return false;
+        if (!sendToEncoder(m_heldPicture, step.frameIndex, true) || !endStretchEncoder(&m_stillIdr))
+            return false;
+        if (m_stillIdr.empty())
+            return fail(QStringLiteral("A H.264 kódoló nem adott IDR képkockát"), 0);
+        m_picturesSinceIdr = 0;
+        return true;
+    case StretchAction::writeSkip:
+        return writeOwnPacket(buildSkipSlice(*m_skip, ++m_picturesSinceIdr), step.frameIndex, false);
+    case StretchAction::repeatIdr:
+        m_picturesSinceIdr = 0;
+        return writeOwnPacket(m_stillIdr, step.frameIndex, true);
+    }
+    return false;
+}
+
+bool VideoWriter::append(const VideoPicture& picture, int64_t frameIndex)
+{
+    if (m_status != VideoWriterStatus::writing || !picture)
+        return false;
+    if (!m_planner)
+        return sendToEncoder(picture, frameIndex, false);
+    // The export sends an unchanged frame as the very same picture; a frame that is missing
+    // in between ends the still stretch.
+    const bool same = picture == m_previousPicture && frameIndex == m_previousIndex + 1;
+    m_previousPicture = picture;
+    m_previousIndex = frameIndex;
+    const std::optional<StretchStep> step = m_planner->add(frameIndex, same);
+    if (step && !runStep(*step))
+        return false;
+    m_heldPicture = picture;
+    return true;
 }
 
 void VideoWriter::finishWriting()
@@ -165,11 +274,19 @@ void VideoWriter::finishWriting()
         m_encoder.reset();
         return;
     }
-    int result = avcodec_send_frame(m_encoder->codec.get(), nullptr);
-    if (result < 0)
+    int result = 0;
+    if (m_planner) {
+        if (const std::optional<StretchStep> step = m_planner->finish())
+            runStep(*step);
+        if (m_status == VideoWriterStatus::writing && m_encoder->codec)
+            endStretchEncoder(nullptr);
+        m_heldPicture.reset();
+        m_previousPicture.reset();
+    } else if ((result = avcodec_send_frame(m_encoder->codec.get(), nullptr)) < 0) {
         fail(QStringLiteral("A H.264 kódolás lezárása sikertelen"), result);
-    else
+    } else {
         drainPackets();
+    }
     AVFormatContext* output = m_encoder->output.get();
     if (m_status == VideoWriterStatus::writing) {
         if ((result = av_write_trailer(output)) < 0)

@@ -2,22 +2,35 @@
 // preset veryfast, CRF 18, tune stillimage, a keyframe at least every 2 seconds) in the
 // mov muxer with +faststart and a global header. Frame i is stamped i / fps and every
 // packet carries its duration, so n frames last exactly n / fps seconds.
+// A picture appended again right after itself (the same shared picture) is not encoded:
+// still stretches are an IDR picture followed by skip pictures built here, with the IDR
+// repeated every 2 seconds; only the changing stretches go through the encoder. When the
+// encoder's parameter sets do not suit skip pictures, every frame is encoded instead.
 // Used from one thread at a time.
 #pragma once
 
+#include "export/H264ParameterSets.h"
+#include "export/StretchPlanner.h"
 #include "export/VideoPicture.h"
 
 #include <QString>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <vector>
 
 // The states of a writer, numbered as the export's log prints them.
 enum class VideoWriterStatus { unknown = 0, writing = 1, completed = 2, failed = 3, cancelled = 4 };
 
+// How the frames reach the file: only the changes encoded (the export's way), or every
+// frame through the encoder (the reference the benchmark measures against).
+enum class VideoEncoding { changesOnly, everyFrame };
+
 class VideoWriter {
 public:
-    VideoWriter(QString path, int width, int height, int fps);
+    VideoWriter(QString path, int width, int height, int fps,
+                VideoEncoding encoding = VideoEncoding::changesOnly);
     ~VideoWriter();
     VideoWriter(const VideoWriter&) = delete;
     VideoWriter& operator=(const VideoWriter&) = delete;
@@ -39,17 +52,33 @@ public:
     // Why the writer failed; empty while nothing went wrong.
     const QString& errorText() const { return m_error; }
     int64_t packetsWritten() const { return m_packetsWritten; }
+    // True when still frames are written as skip pictures (after prepare()); false when
+    // every frame goes through the encoder.
+    bool writesSkipPictures() const { return m_skip.has_value(); }
 
 private:
     struct Encoder;
 
     bool fail(const QString& what, int code);
-    bool drainPackets();
+    bool drainPackets(std::vector<uint8_t>* lastPacket = nullptr);
+    bool sendToEncoder(const VideoPicture& picture, int64_t frameIndex, bool idr);
+    bool endStretchEncoder(std::vector<uint8_t>* lastPacket);
+    bool openStretchEncoder();
+    bool writeOwnPacket(const std::vector<uint8_t>& bytes, int64_t frameIndex, bool key);
+    bool runStep(const StretchStep& step);
 
     QString m_path;
     int m_width;
     int m_height;
     int m_fps;
+    VideoEncoding m_encoding;
+    std::optional<H264SkipParameters> m_skip;
+    std::optional<StretchPlanner> m_planner;
+    VideoPicture m_heldPicture;     // the frame the planner holds back
+    VideoPicture m_previousPicture; // the last picture appended
+    int64_t m_previousIndex = -1;
+    std::vector<uint8_t> m_stillIdr; // the current still stretch's IDR packet
+    int64_t m_picturesSinceIdr = 0;
     VideoWriterStatus m_status = VideoWriterStatus::unknown;
     QString m_error;
     int64_t m_packetsWritten = 0;

@@ -1,5 +1,6 @@
 #include "export/VideoWriter.h"
 #include "export/PictureConverter.h"
+#include "support/ExportFixtures.h"
 #include "support/VideoProbe.h"
 
 #include <gtest/gtest.h>
@@ -125,4 +126,60 @@ TEST(VideoWriter, ConvertedColoursComeBackWithinCodecTolerance)
     EXPECT_NEAR(qRed(pixel), 40, 4);
     EXPECT_NEAR(qGreen(pixel), 160, 4);
     EXPECT_NEAR(qBlue(pixel), 220, 4);
+}
+
+TEST(VideoWriter, StillFramesBecomeSkipPicturesUnlessEveryFrameIsAsked)
+{
+    QTemporaryDir dir;
+    PictureConverter converter(640, 360);
+    QImage canvas(640, 360, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(Qt::darkCyan);
+    const VideoPicture picture = converter.convert(canvas);
+    for (const VideoEncoding encoding : {VideoEncoding::changesOnly, VideoEncoding::everyFrame}) {
+        const QString path = dir.filePath(encoding == VideoEncoding::everyFrame ? QStringLiteral("every.mov")
+                                                                                : QStringLiteral("skip.mov"));
+        VideoWriter writer(path, 640, 360, 30, encoding);
+        ASSERT_TRUE(writer.prepare(nullptr));
+        EXPECT_EQ(writer.writesSkipPictures(), encoding == VideoEncoding::changesOnly);
+        ASSERT_TRUE(writer.startWriting());
+        for (int i = 0; i < 150; ++i)
+            ASSERT_TRUE(writer.append(picture, i));
+        writer.finishWriting();
+        ASSERT_EQ(writer.status(), VideoWriterStatus::completed);
+        const VideoProbe probe = probeVideo(path);
+        EXPECT_EQ(probe.videoPackets, 150);
+        EXPECT_LE(probe.longestKeyframeGap, 60);
+        EXPECT_GE(probe.keyPackets, 3);
+        EXPECT_EQ(countDecodedFrames(path), 150);
+    }
+}
+
+TEST(VideoWriter, MissingFrameOrANewPictureEndsAStillStretch)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("gaps.mov"));
+    PictureConverter converter(640, 360);
+    QImage canvas(640, 360, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(Qt::yellow);
+    const VideoPicture yellow = converter.convert(canvas);
+    VideoWriter writer(path, 640, 360, 24);
+    ASSERT_TRUE(writer.prepare(nullptr));
+    ASSERT_TRUE(writer.startWriting());
+    for (int i = 0; i < 10; ++i)
+        ASSERT_TRUE(writer.append(yellow, i));
+    // Frame 10 is missing; 11 to 19 show the same picture again, then an equal copy.
+    for (int i = 11; i < 20; ++i)
+        ASSERT_TRUE(writer.append(yellow, i));
+    const VideoPicture copy = converter.convert(canvas);
+    for (int i = 20; i < 30; ++i)
+        ASSERT_TRUE(writer.append(copy, i));
+    writer.finishWriting();
+    ASSERT_EQ(writer.status(), VideoWriterStatus::completed);
+    EXPECT_EQ(probeVideo(path).videoPackets, 29);
+    EXPECT_EQ(countDecodedFrames(path), 29);
+    const std::map<int64_t, QImage> frames = decodeVideoFrames(path, {0, 9, 15, 25});
+    ASSERT_EQ(frames.size(), 4U);
+    for (const auto& [index, image] : frames)
+        EXPECT_TRUE(colorNear(image.pixel(320, 180), Qt::yellow, 6))
+                << index << describe(image.pixel(320, 180)).toStdString();
 }

@@ -1,0 +1,48 @@
+#include "export/H264EncoderSetup.h"
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse use, QString* error)
+{
+    auto refuse = [error](const QString& text) {
+        if (error)
+            *error = text;
+        return CodecContextPtr();
+    };
+    const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
+    if (!codec)
+        return refuse(QStringLiteral("A H.264 kódoló (libx264) nem érhető el"));
+    CodecContextPtr encoder(avcodec_alloc_context3(codec));
+    if (!encoder)
+        return refuse(ffmpegErrorText(AVERROR(ENOMEM)));
+    AVCodecContext* context = encoder.get();
+    context->width = width;
+    context->height = height;
+    context->pix_fmt = AV_PIX_FMT_YUV420P;
+    context->time_base = AVRational{1, fps};
+    context->framerate = AVRational{fps, 1};
+    context->gop_size = 2 * fps; // a keyframe at least every 2 seconds
+    context->profile = FF_PROFILE_H264_HIGH;
+    context->color_range = AVCOL_RANGE_MPEG;
+    context->colorspace = AVCOL_SPC_BT709;
+    context->color_primaries = AVCOL_PRI_BT709;
+    context->color_trc = AVCOL_TRC_BT709;
+    context->sample_aspect_ratio = AVRational{1, 1};
+    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER; // the QuickTime muxer wants the SPS/PPS up front
+    av_opt_set(context->priv_data, "preset", "veryfast", 0);
+    av_opt_set(context->priv_data, "tune", "stillimage", 0);
+    av_opt_set(context->priv_data, "crf", "18", 0);
+    av_opt_set(context->priv_data, "profile", "high", 0);
+    if (use == H264EncoderUse::stretches) {
+        // Skip pictures are written in CAVLC and refer to the one picture before them.
+        context->max_b_frames = 0;
+        av_opt_set(context->priv_data, "x264-params", "cabac=0:ref=1", 0);
+        av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
+    }
+    const int result = avcodec_open2(context, codec, nullptr);
+    if (result < 0)
+        return refuse(QStringLiteral("A H.264 kódoló nem indítható: %1").arg(ffmpegErrorText(result)));
+    return encoder;
+}
