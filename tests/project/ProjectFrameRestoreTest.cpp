@@ -34,18 +34,24 @@ class SlowRecording {
 public:
     SlowRecording(const QString& pipePath, QByteArray bytes, std::chrono::milliseconds pause)
         : m_bytes(std::move(bytes))
+        , m_path(QFile::encodeName(pipePath))
     {
-        m_made = ::mkfifo(QFile::encodeName(pipePath).constData(), 0600) == 0;
+        m_made = ::mkfifo(m_path.constData(), 0600) == 0;
         // A reader that went away must not end the test process.
         m_previousPipeHandler = std::signal(SIGPIPE, SIG_IGN);
         if (m_made)
-            m_writer = std::thread([this, path = QFile::encodeName(pipePath), pause] { feed(path, pause); });
+            m_writer = std::thread([this, pause] { feed(m_path, pause); });
     }
     ~SlowRecording()
     {
         m_stop = true;
         if (m_writer.joinable())
             m_writer.join();
+        // A decoder still waiting to open the pipe is let go: it finds the pipe empty.
+        if (m_made) {
+            if (const int fd = ::open(m_path.constData(), O_WRONLY | O_NONBLOCK); fd >= 0)
+                ::close(fd);
+        }
         std::signal(SIGPIPE, m_previousPipeHandler);
     }
     SlowRecording(const SlowRecording&) = delete;
@@ -91,6 +97,7 @@ private:
     }
 
     QByteArray m_bytes;
+    QByteArray m_path;
     bool m_made = false;
     std::atomic<bool> m_stop{false};
     std::thread m_writer;
