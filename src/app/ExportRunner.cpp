@@ -5,6 +5,7 @@
 #include "editor/VideoEditorViewModel.h"
 #include "project/DemoProject.h"
 #include "project/ProjectFormat.h"
+#include "project/ProjectMapping.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -58,6 +59,8 @@ int runExportMode(const CommandLineOptions& options)
         return 1;
     }
     if (!QFileInfo(*audioPath).isFile()) {
+        // The window's warning, then why nothing can be exported.
+        printErrorLine(missingRecordingTitle() + QStringLiteral(" ") + missingRecordingText(*audioPath));
         printErrorLine(QStringLiteral("Hiba: a projekt hangfelvétele nem található: %1").arg(*audioPath));
         return 1;
     }

@@ -1,6 +1,6 @@
 // One video frame of the timeline: the page it shows, where, on which background, and the
 // audio samples that fall into it. Held by shared pointer: whoever changes a record handed
-// out by Frames changes the store.
+// out by a writable Frames changes the store; a read-only Frames hands out read-only records.
 #pragma once
 
 #include <QColor>

@@ -21,7 +21,14 @@ void Frames::ensureFrameCount(double duration, int fps)
     }
 }
 
-std::shared_ptr<FrameData> Frames::getFrame(int64_t index) const
+std::shared_ptr<const FrameData> Frames::getFrame(int64_t index) const
+{
+    if (index < 0 || index >= getFrameCount())
+        return nullptr;
+    return m_frames[static_cast<size_t>(index)];
+}
+
+std::shared_ptr<FrameData> Frames::getFrame(int64_t index)
 {
     if (index < 0 || index >= getFrameCount())
         return nullptr;

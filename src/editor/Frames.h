@@ -26,8 +26,10 @@ public:
     // touches existing records. A non-finite target stops the program.
     void ensureFrameCount(double duration, int fps);
     int64_t getFrameCount() const { return static_cast<int64_t>(m_frames.size()); }
-    // The record at the index, or null when the index is negative or past the end.
-    std::shared_ptr<FrameData> getFrame(int64_t index) const;
+    // The record at the index, or null when the index is negative or past the end. Readers
+    // get it read-only; only a writable store hands out records that can be changed.
+    std::shared_ptr<const FrameData> getFrame(int64_t index) const;
+    std::shared_ptr<FrameData> getFrame(int64_t index);
     // Removes every record and releases the memory.
     void clear();
 

@@ -153,6 +153,29 @@ void VideoEditorViewModel::previousPageDuringRecording()
     announceChange();
 }
 
+std::optional<QUuid> VideoEditorViewModel::recordedPageId() const
+{
+    if (!m_isRecording || !isPageIndex(m_currentAssignmentIndex, m_images))
+        return std::nullopt;
+    return m_images[static_cast<size_t>(m_currentAssignmentIndex)].id();
+}
+
+void VideoEditorViewModel::followRecordedPage(const std::optional<QUuid>& recordedPage)
+{
+    if (!recordedPage || !m_isRecording)
+        return;
+    const bool stillListed = std::any_of(m_images.begin(), m_images.end(),
+                                         [&](const ImageItem& item) { return item.id() == *recordedPage; });
+    if (stillListed)
+        return;
+    // Rather than go on recording a page that is no longer there (and write nothing), the
+    // recording takes the page that moved into its place.
+    if (isPageIndex(m_currentAssignmentIndex, m_images))
+        switchRecordingToPage(m_currentAssignmentIndex);
+    else
+        stopRecording();
+}
+
 void VideoEditorViewModel::switchRecordingToPage(int index)
 {
     if (!m_isRecording || !isPageIndex(index, m_images))

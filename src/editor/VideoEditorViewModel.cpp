@@ -1,4 +1,5 @@
 #include "editor/VideoEditorViewModel.h"
+#include "images/PageListRules.h"
 
 namespace {
 
@@ -24,7 +25,11 @@ VideoEditorViewModel::VideoEditorViewModel(EditorEnvironment environment, QObjec
     : QObject(parent)
     , m_environment(std::move(environment))
     , m_pageColors(makePageColors())
-{}
+{
+    // First among the receivers: a project's frames are back before anyone else hears of the load.
+    connect(this, &VideoEditorViewModel::audioLoadFinished, this,
+            &VideoEditorViewModel::handleRecordingLoadFinished);
+}
 
 VideoEditorViewModel::~VideoEditorViewModel() = default;
 
@@ -68,11 +73,29 @@ void VideoEditorViewModel::setAudioLoudnessDB(std::optional<double> value)
     VORNIK_PUBLISH(m_audioLoudnessDB, audioLoudnessDBChanged);
 }
 
+namespace {
+
+std::vector<QUuid> pageIds(const std::vector<ImageItem>& images)
+{
+    std::vector<QUuid> ids;
+    ids.reserve(images.size());
+    for (const ImageItem& item : images)
+        ids.push_back(item.id());
+    return ids;
+}
+
+} // namespace
+
 void VideoEditorViewModel::setImages(std::vector<ImageItem> value)
 {
+    std::optional<std::set<int>> selection;
+    if (!m_selectedImageIndices.empty())
+        selection = selectionsFollowingPages(m_selectedImageIndices, pageIds(m_images), pageIds(value));
     m_images = std::move(value);
     emit imagesChanged();
     emit changed();
+    if (selection && *selection != m_selectedImageIndices)
+        setSelectedImageIndices(std::move(*selection));
 }
 
 void VideoEditorViewModel::setAudioURL(std::optional<QString> value)

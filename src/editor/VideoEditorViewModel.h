@@ -32,6 +32,7 @@
 #include <vector>
 
 class Dialogs;
+struct ProjectJSON;
 
 class VideoEditorViewModel : public QObject {
     Q_OBJECT
@@ -61,6 +62,8 @@ public:
     std::optional<double> audioLoudnessDB() const { return m_audioLoudnessDB; }
     void setAudioLoudnessDB(std::optional<double> db);
     const std::vector<ImageItem>& images() const { return m_images; }
+    // The multi-selection follows its pages into the new list (members whose page is gone
+    // are dropped), so that it never names a page it did not select or no page at all.
     void setImages(std::vector<ImageItem> images);
     const std::optional<QString>& audioURL() const { return m_audioURL; }
     void setAudioURL(std::optional<QString> path);
@@ -251,7 +254,9 @@ public:
     // ---- Page import and page-list editing ----
     // Paths are absolute file paths. Every import appends at the end of the page list; every
     // edit hands the list to the frame store and requests an autosave. No edit touches the
-    // frames: recorded frames keep their pictures and their stored page indices.
+    // frames: recorded frames keep their pictures and their stored page indices. An edit that
+    // removes the page being recorded moves the recording on to the page now at its position,
+    // or stops it when there is none.
 
     // Adds one image file as a page; an unreadable file is ignored silently.
     void addImage(const QString& path);
@@ -272,7 +277,8 @@ public:
     // Joins the selected entries, in list order, into one wide page where the first one was.
     void mergeSelectedImages();
     // Moves the entries at `offsets` before the entry at `destination` (counted before the
-    // removal), as a drag in the list does. Selections are left as they are.
+    // removal), as a drag in the list does. The single selection is left as it is; the
+    // multi-selection follows its pages.
     void moveImage(const std::set<int>& offsets, int destination);
     // Hands the page pictures, in list order, to the frame store (which only stores them).
     void updateFrameManagerImages();
@@ -309,16 +315,27 @@ public:
     void loadProjectDialog();
     // Loads the file when it reads as a project; otherwise logs and changes nothing.
     void loadProject(const QString& url);
-    // When the page assignments of the file are put back into the frames: a fixed second
-    // after the audio load starts (the window), or as soon as it has finished (the command line).
+    // When the page assignments of the file are put back into the frames: a second after the
+    // audio load starts or when it has finished, whichever is later (the window), or as soon
+    // as it has finished (the command line).
     enum class FrameRestore { afterFixedDelay, whenAudioLoaded };
     // Replaces the project with the file's: settings, pages rebuilt from their files, the
     // recording loaded again from the user's own file, then the frames restored. A file that
-    // cannot be read or decoded changes nothing. Ends with projectLoadFinished().
+    // cannot be read or decoded changes nothing. No autosave is written until the frames are
+    // restored. A recording that is missing or cannot be loaded leaves the file's frames and
+    // audio paths kept (see keepsMissingRecording()) with a warning. Ends with
+    // projectLoadFinished().
     void loadProjectJSON(const QString& url, FrameRestore restore = FrameRestore::afterFixedDelay);
     // Puts the file's page assignments and rectangles into the frames the store has now,
     // seeks to the saved position and logs the completion line.
     void restoreProjectFrames(const struct ProjectJSON& project);
+    // True while a loaded project's recording could not be loaded: saves write the frames and
+    // audio paths the project was loaded with, until a recording is loaded (and gets those
+    // frames) or a new project starts.
+    bool keepsMissingRecording() const { return m_keptRecording != nullptr; }
+    // True from the start of a project load with a recording until its frames are restored
+    // (or its recording failed); no autosave is written meanwhile.
+    bool isRestoringProject() const { return m_pendingRestore.has_value(); }
     // Empties the page list and the recording; the settings stay.
     void newProject();
     // "autosave.vnk" in the program's per-user data folder, which is created when asked for.
@@ -388,6 +405,11 @@ private:
     QImage mergeImagesHorizontally(const QImage& left, const QImage& right);
     // Removes the portrait (or else the landscape) pages and logs how many went.
     void deleteImagesWithOrientation(bool portrait);
+    // The page being recorded, while recording.
+    std::optional<QUuid> recordedPageId() const;
+    // After an edit of the page list: when the page that was being recorded is gone, the
+    // recording goes on with the page now at its position, or stops when there is none.
+    void followRecordedPage(const std::optional<QUuid>& recordedPage);
 
     // ---- Rendering and export (private) ----
 
@@ -395,6 +417,27 @@ private:
     // Counts project loads and new projects, so that a frame restore still pending from an
     // earlier load never writes into the project that replaced it.
     uint64_t m_projectGeneration = 0;
+    // A project load waiting for its recording and its delay before the frames go back.
+    struct PendingProjectRestore {
+        std::shared_ptr<const ProjectJSON> project;
+        uint64_t generation = 0;
+        bool delayPassed = false;
+        bool recordingLoaded = false;
+    };
+    std::optional<PendingProjectRestore> m_pendingRestore;
+    // The loaded project whose recording is missing: its frames and audio paths are saved
+    // back as loaded, and restored onto the next recording that loads.
+    std::shared_ptr<const ProjectJSON> m_keptRecording;
+    // An autosave came due while a project load waited for its frames; it follows the restore.
+    bool m_autoSaveDeferred = false;
+    // Called with every end of a recording load.
+    void handleRecordingLoadFinished(bool succeeded);
+    // Restores the pending project's frames once both its delay and its recording are done.
+    void finishProjectRestoreWhenReady();
+    // Keeps the project's frames and audio paths and tells the user the recording is missing.
+    void keepMissingRecording(std::shared_ptr<const ProjectJSON> project);
+    // Ends the wait for a restore; an autosave deferred by it is scheduled now.
+    void endProjectRestore();
 
     // ---- Application shell (private) ----
 

@@ -21,6 +21,7 @@ void VideoEditorViewModel::removeImage(int index)
         return;
     }
     logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(count));
+    const std::optional<QUuid> recorded = recordedPageId();
     std::vector<ImageItem> images = m_images;
     images.erase(images.begin() + index);
     setImages(std::move(images));
@@ -29,7 +30,8 @@ void VideoEditorViewModel::removeImage(int index)
     const std::optional<int> selection = selectionAfterRemoval(m_selectedImageIndex, index);
     if (selection != m_selectedImageIndex)
         setSelectedImageIndex(selection);
-    setSelectedImageIndices(selectionsAfterRemoval(m_selectedImageIndices, index));
+    // The multi-selection followed its pages when the list was set.
+    followRecordedPage(recorded);
 
     announceChange();
     updateFrameManagerImages();
@@ -41,9 +43,11 @@ void VideoEditorViewModel::deleteAllImages()
     if (m_images.empty())
         return;
     const size_t count = m_images.size();
+    const std::optional<QUuid> recorded = recordedPageId();
     setImages({});
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
+    followRecordedPage(recorded);
     announceChange();
     updateFrameManagerImages();
     scheduleAutoSave();
@@ -69,10 +73,12 @@ void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
             kept.push_back(item);
     }
     const size_t removed = m_images.size() - kept.size();
+    const std::optional<QUuid> recorded = recordedPageId();
     // Runs through also when nothing matched: the selections are cleared and the count logged.
     setImages(std::move(kept));
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
+    followRecordedPage(recorded);
     announceChange();
     updateFrameManagerImages();
     scheduleAutoSave();
@@ -104,6 +110,7 @@ void VideoEditorViewModel::mergeSelectedImages()
     ImageItem entry(QUuid::createUuid(), std::move(merged),
                     m_images[static_cast<size_t>(selected.front())].url());
 
+    const std::optional<QUuid> recorded = recordedPageId();
     std::vector<ImageItem> images = m_images;
     for (auto it = selected.rbegin(); it != selected.rend(); ++it)
         images.erase(images.begin() + *it);
@@ -113,6 +120,7 @@ void VideoEditorViewModel::mergeSelectedImages()
 
     setSelectedImageIndices({});
     setSelectedImageIndex(selected.front());
+    followRecordedPage(recorded);
     announceChange();
     updateFrameManagerImages();
     scheduleAutoSave();

@@ -1,5 +1,7 @@
 #include "images/PageListRules.h"
 
+#include <QHash>
+
 #include <algorithm>
 
 std::vector<int> listMoveOrder(int count, const std::set<int>& offsets, int destination)
@@ -41,6 +43,24 @@ std::set<int> selectionsAfterRemoval(const std::set<int>& selection, int removed
             result.insert(member);
         else if (member > removed)
             result.insert(member - 1);
+    }
+    return result;
+}
+
+std::set<int> selectionsFollowingPages(const std::set<int>& selection, const std::vector<QUuid>& before,
+                                       const std::vector<QUuid>& after)
+{
+    QHash<QUuid, int> position;
+    position.reserve(after.size());
+    for (size_t index = 0; index < after.size(); ++index)
+        position.insert(after[index], static_cast<int>(index));
+    std::set<int> result;
+    for (int member : selection) {
+        if (member < 0 || static_cast<size_t>(member) >= before.size())
+            continue;
+        if (const auto found = position.constFind(before[static_cast<size_t>(member)]);
+            found != position.cend())
+            result.insert(found.value());
     }
     return result;
 }

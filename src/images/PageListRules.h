@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QImage>
+#include <QUuid>
 
 #include <functional>
 #include <optional>
@@ -35,6 +36,12 @@ std::optional<int> selectionAfterRemoval(std::optional<int> selection, int remov
 // The multi-selection after the entry at `removed` is gone: that member dropped, members after
 // it one lower.
 std::set<int> selectionsAfterRemoval(const std::set<int>& selection, int removed);
+
+// The multi-selection after the list went from `before` to `after` (the pages' identities in
+// list order): each member follows its page to where it is now; members whose page is gone,
+// and members that named no page, are dropped.
+std::set<int> selectionsFollowingPages(const std::set<int>& selection, const std::vector<QUuid>& before,
+                                       const std::vector<QUuid>& after);
 
 enum class PageOrientation { portrait, landscape, square };
 

@@ -63,6 +63,17 @@ std::optional<QString> projectAudioPath(const ProjectJSON& project)
     return project.audioPath;
 }
 
+QString missingRecordingTitle()
+{
+    return QStringLiteral("Hiányzó hangfelvétel");
+}
+
+QString missingRecordingText(const QString& path)
+{
+    return QStringLiteral("A projekt hangfelvétele nem található: ") + path +
+           QStringLiteral(". Az oldalváltások megmaradnak; húzd be újra a felvételt.");
+}
+
 int64_t restoreFrames(Frames& frames, const std::vector<FrameJSON>& entries,
                       const std::vector<ImageItem>& images)
 {

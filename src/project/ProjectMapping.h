@@ -39,6 +39,11 @@ ProjectSettings projectSettings(const ProjectJSON& project);
 // silences are rendered afresh from it instead of being added to an already rendered file.
 std::optional<QString> projectAudioPath(const ProjectJSON& project);
 
+// The warning shown once when a project's recording is missing or cannot be read: its title
+// and its text naming the recording's path.
+QString missingRecordingTitle();
+QString missingRecordingText(const QString& path);
+
 // Writes the file's page indices and rectangles into the frames the store has now (entries
 // past its end are skipped) and gives each frame the picture of its page. A page index that
 // names no page keeps the index but no picture; a negative one is dropped, since it can

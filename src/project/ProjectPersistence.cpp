@@ -1,7 +1,8 @@
 // The editor's project-file members: saving through the save chooser, the atomic write,
 // loading (pages, settings, recording, then the frames), a new project, and the autosave
 // with its two-second debounce. Main thread; the only background part is the audio load
-// that a project load starts.
+// that a project load starts. A project's frames are never given up: they wait for its
+// recording to load, and while the recording is missing they are saved back as loaded.
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFileReading.h"
 #include "project/ProjectFormat.h"
@@ -21,8 +22,8 @@
 
 namespace {
 
-// The window restores the frames this long after the audio load started; a short recording
-// has finished loading by then.
+// The window restores the frames no sooner than this after the audio load started, and never
+// before the recording has loaded.
 constexpr int kFrameRestoreDelayMs = 1000;
 
 const QString kProjectExtension = QStringLiteral("vnk");
@@ -84,12 +85,25 @@ void VideoEditorViewModel::saveProjectAs()
 bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
 {
     ProjectJSON project;
-    project.audioPath = m_audioURL;
-    project.originalAudioPath = m_originalAudioURL;
     project.imagePaths = imagePathsToJSON(m_images);
-    project.frames = framesToJSON(m_frameManager);
-    project.duration = m_duration;
-    project.currentTime = m_currentTime;
+    // While a loaded project's frames wait for its recording (still loading, or missing), the
+    // file gets them, with the recording they belong to, as they were loaded.
+    const ProjectJSON* waiting = m_keptRecording    ? m_keptRecording.get()
+                                 : m_pendingRestore ? m_pendingRestore->project.get()
+                                                    : nullptr;
+    if (waiting) {
+        project.audioPath = waiting->audioPath;
+        project.originalAudioPath = waiting->originalAudioPath;
+        project.frames = waiting->frames;
+        project.duration = waiting->duration;
+        project.currentTime = waiting->currentTime;
+    } else {
+        project.audioPath = m_audioURL;
+        project.originalAudioPath = m_originalAudioURL;
+        project.frames = framesToJSON(m_frameManager);
+        project.duration = m_duration;
+        project.currentTime = m_currentTime;
+    }
     project.startSilence = m_startSilenceDuration;
     project.endSilence = m_endSilenceDuration;
     project.transitionDuration = m_transitionDuration;
@@ -150,6 +164,9 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     }
     const auto project = std::make_shared<const ProjectJSON>(std::move(*read.project));
     const uint64_t generation = ++m_projectGeneration;
+    // What an earlier project kept or still waited for goes with it.
+    m_pendingRestore.reset();
+    m_keptRecording.reset();
 
     // The old project goes: playback, pages, recording, position, waveform and frames. A
     // recording in progress ends too: it would write the old pages into the new frames.
@@ -191,26 +208,85 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
         emit projectLoadFinished(true);
         return;
     }
-    if (!QFileInfo(*audioPath).isFile()) {
-        // A recording that was moved away: the project opens with its pages only.
+    if (!QFileInfo::exists(*audioPath)) {
+        // A recording that was moved away: the project opens with its pages, and its frames
+        // wait for the recording to be loaded again.
         setSelectedImageIndex(std::nullopt);
+        keepMissingRecording(project);
         emit projectLoadFinished(true);
         return;
     }
 
+    // From here until the frames are back no autosave is written: it would replace the
+    // user's page turns with the empty frames of a recording still loading.
+    m_pendingRestore =
+            PendingProjectRestore{project, generation, restore == FrameRestore::whenAudioLoaded, false};
     loadAudio(*audioPath);
-    const auto restoreIfCurrent = [this, project, generation] {
-        if (generation == m_projectGeneration)
-            restoreProjectFrames(*project);
-    };
     if (restore == FrameRestore::afterFixedDelay) {
-        QTimer::singleShot(kFrameRestoreDelayMs, this, restoreIfCurrent);
-    } else {
-        connect(
-                this, &VideoEditorViewModel::audioLoadFinished, this,
-                [restoreIfCurrent](bool) { restoreIfCurrent(); }, Qt::SingleShotConnection);
+        QTimer::singleShot(kFrameRestoreDelayMs, this, [this, generation] {
+            if (!m_pendingRestore || m_pendingRestore->generation != generation)
+                return;
+            m_pendingRestore->delayPassed = true;
+            finishProjectRestoreWhenReady();
+        });
     }
     setSelectedImageIndex(std::nullopt);
+}
+
+void VideoEditorViewModel::handleRecordingLoadFinished(bool succeeded)
+{
+    if (m_pendingRestore) {
+        if (succeeded) {
+            m_pendingRestore->recordingLoaded = true;
+            finishProjectRestoreWhenReady();
+            return;
+        }
+        // The recording would not load: nothing is restored or logged, and the frames wait
+        // for the user to load the recording again, as when it is missing.
+        const std::shared_ptr<const ProjectJSON> project = m_pendingRestore->project;
+        endProjectRestore();
+        keepMissingRecording(project);
+        emit projectLoadFinished(true);
+        return;
+    }
+    if (succeeded && m_keptRecording) {
+        // The recording the project was missing (or another the user chose) takes the kept
+        // page turns, as a project load would have given them.
+        const std::shared_ptr<const ProjectJSON> kept = std::move(m_keptRecording);
+        m_keptRecording.reset();
+        restoreProjectFrames(*kept);
+    }
+}
+
+void VideoEditorViewModel::finishProjectRestoreWhenReady()
+{
+    if (!m_pendingRestore || !m_pendingRestore->delayPassed || !m_pendingRestore->recordingLoaded)
+        return;
+    const std::shared_ptr<const ProjectJSON> project = m_pendingRestore->project;
+    // The wait ends before the restore so that saves from here on write the restored frames.
+    m_pendingRestore.reset();
+    restoreProjectFrames(*project);
+    endProjectRestore();
+    emit projectLoadFinished(true);
+}
+
+void VideoEditorViewModel::endProjectRestore()
+{
+    m_pendingRestore.reset();
+    if (m_autoSaveDeferred) {
+        m_autoSaveDeferred = false;
+        scheduleAutoSave();
+    }
+}
+
+void VideoEditorViewModel::keepMissingRecording(std::shared_ptr<const ProjectJSON> project)
+{
+    const QString path = projectAudioPath(*project).value_or(QString());
+    m_keptRecording = std::move(project);
+    if (m_environment.dialogs) {
+        m_environment.dialogs->alert(AlertStyle::warning, missingRecordingTitle(),
+                                     missingRecordingText(path));
+    }
 }
 
 void VideoEditorViewModel::restoreProjectFrames(const ProjectJSON& project)
@@ -220,12 +296,15 @@ void VideoEditorViewModel::restoreProjectFrames(const ProjectJSON& project)
     seekTo(project.currentTime);
     logLine(QStringLiteral("[Load] Projekt betöltve: ") + QString::number(m_images.size()) +
             QStringLiteral(" kép, ") + QString::number(project.frames.size()) + QStringLiteral(" frame"));
-    emit projectLoadFinished(true);
 }
 
 void VideoEditorViewModel::newProject()
 {
     ++m_projectGeneration;
+    // The frames a loaded project kept or still waited for go with it.
+    m_pendingRestore.reset();
+    m_keptRecording.reset();
+    m_autoSaveDeferred = false;
     pause();
     setImages({});
     updateFrameManagerImages();
@@ -259,7 +338,12 @@ QString VideoEditorViewModel::getAutoSavePath() const
 
 void VideoEditorViewModel::autoSaveProject()
 {
-    if (!m_audioURL && m_images.empty()) {
+    if (m_pendingRestore) {
+        // Written once the loading project's frames are back.
+        m_autoSaveDeferred = true;
+        return;
+    }
+    if (!m_audioURL && m_images.empty() && !m_keptRecording) {
         logLine(QStringLiteral("[AutoSave] Nincs mit menteni"));
         return;
     }

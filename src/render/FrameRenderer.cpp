@@ -54,7 +54,7 @@ void renderFrameContent(const FrameData& frame, QPainter& painter, QSize size)
 
 std::optional<QImage> renderFrame(const Frames& frames, int64_t index, QImage* canvas, QSize size)
 {
-    const std::shared_ptr<FrameData> frame = frames.getFrame(index);
+    const std::shared_ptr<const FrameData> frame = frames.getFrame(index);
     if (!frame)
         return std::nullopt;
     QImage fresh;

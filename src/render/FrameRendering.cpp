@@ -19,14 +19,14 @@ std::optional<TransitionInfo> VideoEditorViewModel::calculateTransitionInfo(int6
     const Frames& frames = m_frameManager;
     return transitionInfo(frameIndex, frames.getFrameCount(), m_transitionDuration, m_exportFPS,
                           [&frames](int64_t i) -> std::optional<int> {
-                              const std::shared_ptr<FrameData> frame = frames.getFrame(i);
+                              const std::shared_ptr<const FrameData> frame = frames.getFrame(i);
                               return frame ? frame->assignedImageIndex : std::nullopt;
                           });
 }
 
 std::optional<QImage> VideoEditorViewModel::createSimplePixelBuffer(int64_t frameIndex, QSizeF size) const
 {
-    const std::shared_ptr<FrameData> frame = m_frameManager.getFrame(frameIndex);
+    const std::shared_ptr<const FrameData> frame = m_frameManager.getFrame(frameIndex);
     if (!frame) {
         if (frameIndex == 0)
             logLine(QStringLiteral("[Export] ERROR: getFrame(0) returned nil!"));
@@ -49,7 +49,7 @@ std::optional<QImage> VideoEditorViewModel::createSimplePixelBuffer(int64_t fram
     const std::optional<TransitionInfo> transition = calculateTransitionInfo(frameIndex);
     std::optional<FrameLook> previous;
     if (transition) {
-        if (const std::shared_ptr<FrameData> previousFrame =
+        if (const std::shared_ptr<const FrameData> previousFrame =
                     m_frameManager.getFrame(transition->prevFrameIndex))
             previous = frameLook(*previousFrame);
     }

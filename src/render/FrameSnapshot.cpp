@@ -6,7 +6,7 @@ std::vector<FrameSnapshot> snapshotFrames(const Frames& frames)
     const int64_t count = frames.getFrameCount();
     snapshot.reserve(static_cast<size_t>(count));
     for (int64_t i = 0; i < count; ++i) {
-        const std::shared_ptr<FrameData> frame = frames.getFrame(i);
+        const std::shared_ptr<const FrameData> frame = frames.getFrame(i);
         snapshot.push_back(FrameSnapshot{
                 frame->bgImage,
                 QRect(frame->bgImageX, frame->bgImageY, frame->bgImageWidth, frame->bgImageHeight),

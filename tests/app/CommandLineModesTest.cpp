@@ -120,6 +120,30 @@ TEST(CommandLineModes, ProjectWhoseRecordingIsGoneExitsWithOne)
                                       dir.filePath(QStringLiteral("out.mov"))});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.contains(QStringLiteral("Hiba: a projekt hangfelvétele nem található")));
+    EXPECT_TRUE(
+            run.err.contains(QStringLiteral("Hiányzó hangfelvétel A projekt hangfelvétele nem található: ") +
+                             dir.filePath(QStringLiteral("demo_felvetel.wav")) +
+                             QStringLiteral(". Az oldalváltások megmaradnak; húzd be újra a felvételt.")))
+            << run.err.toStdString();
+}
+
+TEST(CommandLineModes, ProjectWhoseRecordingCannotBeReadPrintsTheWarningAndExitsWithOne)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    const QString recording = dir.filePath(QStringLiteral("demo_felvetel.wav"));
+    QFile broken(recording);
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ASSERT_EQ(broken.write(QByteArray(4096, 'x')), 4096);
+    broken.close();
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")),
+                                      dir.filePath(QStringLiteral("out.mov"))});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(
+            QStringLiteral("Hiányzó hangfelvétel A projekt hangfelvétele nem található: ") + recording +
+            QStringLiteral(". Az oldalváltások megmaradnak; húzd be újra a felvételt.")))
+            << run.err.toStdString();
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out.mov"))));
 }
 
 TEST(CommandLineModes, UnwritableDestinationExitsWithOneAndTheExportAlert)

@@ -4,6 +4,9 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <type_traits>
+#include <utility>
 
 TEST(Frames, OneSecondAtThirtyFramesMakesThirtyRecords)
 {
@@ -79,6 +82,21 @@ TEST(Frames, ReturnedRecordIsSharedWithTheStore)
     frames.getFrame(3)->bgImageWidth = 640;
     EXPECT_EQ(frames.getFrame(3)->assignedImageIndex, 2);
     EXPECT_EQ(frames.getFrame(3)->bgImageWidth, 640);
+}
+
+TEST(Frames, ARecordFromAReadOnlyStoreIsReadOnly)
+{
+    static_assert(std::is_same_v<decltype(std::declval<const Frames&>().getFrame(0)),
+                                 std::shared_ptr<const FrameData>>);
+    static_assert(std::is_same_v<decltype(std::declval<Frames&>().getFrame(0)), std::shared_ptr<FrameData>>);
+    Frames frames;
+    frames.ensureFrameCount(1.0, 30);
+    frames.getFrame(5)->assignedImageIndex = 4;
+    const Frames& reader = frames;
+    // The same record, seen read-only.
+    EXPECT_EQ(reader.getFrame(5).get(), frames.getFrame(5).get());
+    EXPECT_EQ(reader.getFrame(5)->assignedImageIndex, 4);
+    EXPECT_EQ(reader.getFrame(30), nullptr);
 }
 
 TEST(Frames, NewRecordsHaveTheDefaults)

@@ -466,3 +466,89 @@ TEST_F(Recording, RecordingATakeEndToEnd)
         }
     }
 }
+
+// ---- The page being recorded leaves the list ----
+
+TEST_F(Recording, RemovingThePageBeingRecordedRecordsThePageNowAtItsPosition)
+{
+    editor.setSelectedImageIndex(3);
+    editor.startRecording();
+    tick(40);
+    editor.removeImage(3);
+    // The landscape page moved up into position 3 and is recorded from the playhead on, in
+    // its own rectangle.
+    EXPECT_TRUE(editor.isRecording());
+    EXPECT_EQ(editor.currentAssignmentIndex(), 3);
+    EXPECT_EQ(editor.selectedImageIndex(), 3);
+    EXPECT_EQ(editor.currentAssignmentPlacement(), kLandscapePage);
+    tick(41);
+    const auto record = editor.getFrameManager().getFrame(61);
+    EXPECT_EQ(record->assignedImageIndex, 3);
+    EXPECT_EQ(record->bgImage->cacheKey(), pages[4].cacheKey());
+    EXPECT_EQ(rectangleOf(*record), kLandscapePage);
+    EXPECT_EQ(fixture.pageOfFrame(59), 3);
+    EXPECT_EQ(editor.getFrameManager().getFrame(59)->bgImage->cacheKey(), pages[3].cacheKey());
+}
+
+TEST_F(Recording, RemovingTheLastPageWhileItIsRecordedStopsTheRecording)
+{
+    editor.setSelectedImageIndex(5);
+    editor.startRecording();
+    tick(40);
+    QSignalSpy autoSaves(&editor, &VideoEditorViewModel::autoSaveScheduled);
+    editor.removeImage(5);
+    EXPECT_FALSE(editor.isRecording());
+    EXPECT_FALSE(editor.isPlaying());
+    EXPECT_GE(autoSaves.count(), 1);
+    tick(41);
+    EXPECT_EQ(fixture.pageOfFrame(61), std::nullopt);
+}
+
+TEST_F(Recording, RemovingAnotherPageLeavesTheRecordingAlone)
+{
+    editor.setSelectedImageIndex(1);
+    editor.startRecording();
+    tick(40);
+    editor.removeImage(4);
+    EXPECT_TRUE(editor.isRecording());
+    EXPECT_EQ(editor.currentAssignmentIndex(), 1);
+    tick(41);
+    EXPECT_EQ(editor.getFrameManager().getFrame(61)->bgImage->cacheKey(), pages[1].cacheKey());
+}
+
+TEST_F(Recording, DeletingEveryPageWhileRecordingStopsTheRecording)
+{
+    editor.startRecording();
+    tick(40);
+    editor.deleteAllImages();
+    EXPECT_FALSE(editor.isRecording());
+}
+
+TEST_F(Recording, DeletingThePortraitsWhileOneIsRecordedRecordsThePageNowAtItsPosition)
+{
+    editor.setSelectedImageIndex(0);
+    editor.startRecording();
+    tick(40);
+    editor.deletePortraitImages();
+    ASSERT_EQ(editor.images().size(), 1u);
+    EXPECT_TRUE(editor.isRecording());
+    EXPECT_EQ(editor.currentAssignmentIndex(), 0);
+    EXPECT_EQ(editor.currentAssignmentPlacement(), kLandscapePage);
+    tick(41);
+    EXPECT_EQ(editor.getFrameManager().getFrame(61)->bgImage->cacheKey(), pages[4].cacheKey());
+}
+
+TEST_F(Recording, MergingThePageBeingRecordedRecordsThePageNowAtItsPosition)
+{
+    editor.setSelectedImageIndex(2);
+    editor.startRecording();
+    tick(40);
+    editor.setSelectedImageIndices({1, 2});
+    editor.mergeSelectedImages();
+    ASSERT_EQ(editor.images().size(), 5u);
+    EXPECT_TRUE(editor.isRecording());
+    // Position 2 now holds the page that followed the merged pair.
+    EXPECT_EQ(editor.currentAssignmentIndex(), 2);
+    tick(41);
+    EXPECT_EQ(editor.getFrameManager().getFrame(61)->bgImage->cacheKey(), pages[3].cacheKey());
+}

@@ -8,6 +8,8 @@
 
 #include <QSignalSpy>
 
+#include <algorithm>
+
 namespace {
 
 QImage solid(int width, int height, const QColor& color, double density = 1.0)
@@ -389,9 +391,9 @@ TEST_F(ImageListEditing, MoveImageUsesListMoveSemantics)
     LogCapture log;
     editor.moveImage({0, 3}, 2);
     EXPECT_EQ(listOrder(), (std::vector<int>{1, 0, 3, 2, 4}));
-    // Selections are not adjusted.
+    // The single selection stays where it was; the multi-selection follows its pages.
     EXPECT_EQ(editor.selectedImageIndex(), 1);
-    EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{0, 3}));
+    EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{1, 2}));
     EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
     EXPECT_EQ(autoSaves.count(), 1);
     EXPECT_GE(changes.count(), 1);
@@ -400,4 +402,36 @@ TEST_F(ImageListEditing, MoveImageUsesListMoveSemantics)
     editor.moveImage({1}, 5);
     EXPECT_EQ(listOrder(), (std::vector<int>{1, 3, 2, 4, 0}));
     EXPECT_EQ(autoSaves.count(), 2);
+}
+
+TEST_F(ImageListEditing, MultiSelectionFollowsItsPagesWhenADragReordersTheList)
+{
+    fillList(4);
+    editor.setSelectedImageIndices({0, 1});
+    // A drag moves the entries live through the page list itself.
+    std::vector<ImageItem> images = editor.images();
+    std::rotate(images.begin(), images.begin() + 1, images.end());
+    editor.setImages(std::move(images));
+    EXPECT_EQ(listOrder(), (std::vector<int>{1, 2, 3, 0}));
+    EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{0, 3}));
+
+    // The merge joins the two pages that were selected, in list order.
+    LogCapture log;
+    editor.mergeSelectedImages();
+    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[merge] 2 kép összefűzve, méret: 200x100")});
+    ASSERT_EQ(editor.images().size(), 3u);
+    EXPECT_EQ(editor.images()[0].image().pixelColor(50, 50), kColors[1]);
+    EXPECT_EQ(editor.images()[0].image().pixelColor(150, 50), kColors[0]);
+}
+
+TEST_F(ImageListEditing, MultiSelectionNeverNamesAPageThatIsGone)
+{
+    fillList(4);
+    editor.setSelectedImageIndices({1, 3});
+    std::vector<ImageItem> images = editor.images();
+    images.pop_back();
+    editor.setImages(std::move(images));
+    EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{1}));
+    editor.removeImage(1);
+    EXPECT_TRUE(editor.selectedImageIndices().empty());
 }

@@ -64,6 +64,21 @@ TEST(PageListRules, MultiSelectionAfterRemovingAMember)
     EXPECT_EQ(selectionsAfterRemoval({1, 3, 5}, 6), (std::set<int>{1, 3, 5}));
 }
 
+TEST(PageListRules, MultiSelectionFollowsItsPagesToTheirNewPlaces)
+{
+    const std::vector<QUuid> before{QUuid::createUuid(), QUuid::createUuid(), QUuid::createUuid(),
+                                    QUuid::createUuid()};
+    // Moved: page 0 goes to the end.
+    const std::vector<QUuid> moved{before[1], before[2], before[3], before[0]};
+    EXPECT_EQ(selectionsFollowingPages({0, 2}, before, moved), (std::set<int>{1, 3}));
+    // Removed: page 1 goes, the pages after it move up, its own member is dropped.
+    const std::vector<QUuid> removed{before[0], before[2], before[3]};
+    EXPECT_EQ(selectionsFollowingPages({1, 3}, before, removed), (std::set<int>{2}));
+    // Members that named no page are dropped.
+    EXPECT_EQ(selectionsFollowingPages({-1, 2, 4, 9}, before, before), (std::set<int>{2}));
+    EXPECT_TRUE(selectionsFollowingPages({0, 1}, before, {}).empty());
+}
+
 TEST(PageListRules, OrientationIsMeasuredInPoints)
 {
     QImage tall(100, 200, QImage::Format_RGB32);
