@@ -1,5 +1,7 @@
 #include "images/PageListRules.h"
 
+#include "images/PagePointSize.h"
+
 #include <algorithm>
 
 std::vector<int> listMoveOrder(int count, const std::set<int>& offsets, int destination)
@@ -47,7 +49,7 @@ std::set<int> selectionsAfterRemoval(const std::set<int>& selection, int removed
 
 PageOrientation pageOrientation(const QImage& image)
 {
-    const QSizeF size = image.deviceIndependentSize();
+    const QSizeF size = pagePointSize(image);
     if (size.width() < size.height())
         return PageOrientation::portrait;
     if (size.height() < size.width())
