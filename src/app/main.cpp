@@ -62,7 +62,10 @@ QtMessageHandler g_defaultMessageHandler = nullptr;
 void exitOnFatalMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (type != QtFatalMsg) {
-        g_defaultMessageHandler(type, context, message);
+        if (g_defaultMessageHandler)
+            g_defaultMessageHandler(type, context, message);
+        else
+            printErrorLine(qFormatLogMessage(type, context, message));
         return;
     }
     printErrorLine(QStringLiteral("Hiba: belső hiba, a program leállt: %1").arg(message));
