@@ -6,6 +6,7 @@
 #include "project/DemoProject.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
+#include "support/Log.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -14,6 +15,8 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <exception>
+#include <new>
 
 namespace {
 
@@ -33,9 +36,43 @@ int percentOf(const QString& progressText)
     return ok ? percent : -1;
 }
 
+// The log lines that say why something failed: the alert names the failure, these the reason.
+bool isFailureReason(const QString& line)
+{
+    for (const char* word : {"hiba", "error", "exception", "fatal"})
+        if (line.contains(QLatin1String(word), Qt::CaseInsensitive))
+            return true;
+    return false;
+}
+
+void printFailureReasons(const LogCapture& log)
+{
+    for (const QString& line : log.lines())
+        if (isFailureReason(line))
+            printErrorLine(line);
+}
+
+int exportProject(const CommandLineOptions& options);
+
 } // namespace
 
 int runExportMode(const CommandLineOptions& options)
+{
+    // Whatever goes wrong ends in a reason on standard error and exit code 1.
+    try {
+        return exportProject(options);
+    } catch (const std::bad_alloc&) {
+        printErrorLine(QStringLiteral("Hiba: elfogyott a memória az exportálás közben"));
+    } catch (const std::exception& exception) {
+        printErrorLine(QStringLiteral("Hiba: váratlan hiba az exportálás közben: %1")
+                               .arg(QString::fromLocal8Bit(exception.what())));
+    }
+    return 1;
+}
+
+namespace {
+
+int exportProject(const CommandLineOptions& options)
 {
     const QString projectPath = QFileInfo(options.projectPath).absoluteFilePath();
     QFile file(projectPath);
@@ -76,6 +113,8 @@ int runExportMode(const CommandLineOptions& options)
         return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
     };
     VideoEditorViewModel editor(environment);
+    // Mirrors the log (it still goes to standard output) for the reasons of a failure.
+    LogCapture log;
 
     bool audioLoaded = false;
     bool projectLoaded = false;
@@ -87,6 +126,7 @@ int runExportMode(const CommandLineOptions& options)
     waitFor(projectLoaded);
     if (!audioLoaded || !editor.audioURL()) {
         printErrorLine(QStringLiteral("Hiba: a projekt hangfelvétele nem tölthető be: %1").arg(*audioPath));
+        printFailureReasons(log);
         return 1;
     }
 
@@ -103,16 +143,14 @@ int runExportMode(const CommandLineOptions& options)
     QObject::connect(&dialogs, &StderrDialogs::alertShown, &dialogs, [&finished] { finished = true; });
     editor.exportVideoFile(QFileInfo(options.outputPath).absoluteFilePath());
     waitFor(finished);
-    switch (dialogs.lastAlert()->style) {
-    case AlertStyle::informational:
-        return 0;
-    case AlertStyle::warning:
-        return 2;
-    case AlertStyle::critical:
-        return 1;
-    }
-    return 1;
+    // The alert is on standard error already; a failure adds the log's reasons after it.
+    const AlertStyle style = dialogs.lastAlert() ? dialogs.lastAlert()->style : AlertStyle::critical;
+    if (style != AlertStyle::informational)
+        printFailureReasons(log);
+    return style == AlertStyle::informational ? 0 : style == AlertStyle::warning ? 2 : 1;
 }
+
+} // namespace
 
 int runDemoMode(const CommandLineOptions& options)
 {

@@ -20,6 +20,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -57,8 +58,27 @@ int runWindow(int argc, char* argv[], const CommandLineOptions& options)
     return QApplication::exec();
 }
 
+// In the window-less modes the exit code is all a calling script sees: a stop on a
+// programming error ends in a reason on standard error and code 1, as every other failure
+// does, instead of an abort signal. Other messages go where Qt sends them.
+QtMessageHandler g_defaultMessageHandler = nullptr;
+
+void exitOnFatalMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type != QtFatalMsg) {
+        if (g_defaultMessageHandler)
+            g_defaultMessageHandler(type, context, message);
+        else
+            printErrorLine(qFormatLogMessage(type, context, message));
+        return;
+    }
+    printErrorLine(QStringLiteral("Hiba: belső hiba, a program leállt: %1").arg(message));
+    std::_Exit(1);
+}
+
 int runWithoutWindow(int argc, char* argv[], const CommandLineOptions& options)
 {
+    g_defaultMessageHandler = qInstallMessageHandler(exitOnFatalMessage);
     // No display is needed: the offscreen platform renders pages and PDFs just as well.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -253,6 +253,11 @@ bool Session::appendFrame(const AVFrame& frame, QString* error)
         }
         m_resampler.reset(resampler);
     }
+    if (m_frames + frame.nb_samples > kMaxDecodedFrames) {
+        *error = QStringLiteral("a felvétel túl hosszú: legfeljebb %1 mintakeret olvasható be")
+                         .arg(kMaxDecodedFrames);
+        return false;
+    }
     const std::span<float* const> room = m_receiver.blockFor(frame.nb_samples);
     m_outputs.resize(room.size());
     for (size_t c = 0; c < room.size(); ++c)

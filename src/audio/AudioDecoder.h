@@ -19,6 +19,10 @@ class QIODevice;
 // refused as a broken header (see AudioDecoder.cpp).
 constexpr int kMinDecodedSampleRate = 8000;
 constexpr int kMaxDecodedSampleRate = 768000;
+// The longest recording decoded, in sample frames: sample counts are 32-bit throughout the
+// audio code, and the silences a load adds (at most 20 s at the highest rate) must still fit.
+// Some 26 hours at 44.1 kHz; a stream that goes on past it is cut there (and said to be).
+constexpr int64_t kMaxDecodedFrames = (int64_t(1) << 32) - (int64_t(1) << 26);
 
 struct DecodeResult {
     std::optional<AudioBuffer> audio; // none when nothing could be decoded

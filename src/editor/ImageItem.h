@@ -1,7 +1,7 @@
 // One page of the page list: the picture and where it came from. A value type; `id`,
 // `image` and `url` never change once the item exists, the page numbers may.
-// An image's size in points is QImage::deviceIndependentSize(): PDF pages are stored at
-// devicePixelRatio 2, plain image files at 1.
+// An image's size in points is pagePointSize(image): PDF pages are stored at devicePixelRatio 2
+// with their exact size in points attached, plain image files at 1 (one point per pixel).
 #pragma once
 
 #include <QImage>

@@ -2,13 +2,14 @@
 // frames after a format change. Main thread only.
 #include "editor/VideoEditorViewModel.h"
 
+#include "images/PagePointSize.h"
 #include "render/Placement.h"
 
 Placement VideoEditorViewModel::computePlacement(const QImage& image, std::optional<QSizeF> canvas) const
 {
     // The size in points, not in pixels: a PDF page stored at devicePixelRatio 2 is placed
-    // exactly like a plain image of half its pixel size.
-    return ::computePlacement(image.deviceIndependentSize(), canvas.value_or(canvasSize()));
+    // by its exact size in points, like a plain image of that many pixels.
+    return ::computePlacement(pagePointSize(image), canvas.value_or(canvasSize()));
 }
 
 void VideoEditorViewModel::recalculatePlacementsForFormat()

@@ -176,6 +176,14 @@ void VideoEditorViewModel::setExportFPS(int value)
 
 void VideoEditorViewModel::setFillColor(const QColor& value)
 {
+    m_fillColorComponents = ::fillColorComponents(value).value_or(m_fillColorComponents);
+    VORNIK_PUBLISH(m_fillColor, fillColorChanged);
+}
+
+void VideoEditorViewModel::setFillColorComponents(const FillColorComponents& components)
+{
+    const QColor value = colorFromComponents(components);
+    m_fillColorComponents = components;
     VORNIK_PUBLISH(m_fillColor, fillColorChanged);
 }
 

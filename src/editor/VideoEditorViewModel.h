@@ -10,6 +10,7 @@
 
 #include "audio/AudioPlayer.h"
 #include "editor/EditorEnvironment.h"
+#include "editor/FillColor.h"
 #include "editor/Frames.h"
 #include "editor/ImageItem.h"
 #include "editor/Placement.h"
@@ -95,6 +96,10 @@ public:
     void setExportFPS(int fps);
     QColor fillColor() const { return m_fillColor; }
     void setFillColor(const QColor& color);
+    // The fill colour's components as a project file holds them: those it was loaded with,
+    // or those of the colour last set.
+    const FillColorComponents& fillColorComponents() const { return m_fillColorComponents; }
+    void setFillColorComponents(const FillColorComponents& components);
     VideoFormat videoFormat() const { return m_videoFormat; }
     void setVideoFormat(VideoFormat format);
 
@@ -469,6 +474,7 @@ private:
     std::set<int> m_selectedImageIndices;
     int m_exportFPS = 30;
     QColor m_fillColor = Qt::white;
+    FillColorComponents m_fillColorComponents;
     VideoFormat m_videoFormat = VideoFormat::landscape;
     std::unique_ptr<AudioPlayer> m_audioPlayer;
     std::unique_ptr<QTimer> m_playbackTimer;

@@ -8,12 +8,29 @@
 
 extern "C" {
 #include <libavutil/audio_fifo.h>
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
+#include <array>
 #include <cmath>
+#include <utility>
 
 namespace {
+
+// The sampling frequencies an AAC stream can signal by index. A recording at any other rate
+// (176.4 or 192 kHz studio files, 37.8 kHz CD-ROM audio) is resampled to 48 kHz.
+constexpr std::array<int, 12> kAacSampleRates = {96000, 88200, 64000, 48000, 44100, 32000,
+                                                 24000, 22050, 16000, 12000, 11025, 8000};
+constexpr int kFallbackSampleRate = 48000;
+
+int aacSampleRate(int sourceRate)
+{
+    for (const int rate : kAacSampleRates)
+        if (rate == sourceRate)
+            return rate;
+    return kFallbackSampleRate;
+}
 
 struct ResamplerDeleter {
     void operator()(SwrContext* context) const { swr_free(&context); }
@@ -27,6 +44,11 @@ using FifoPtr = std::unique_ptr<AVAudioFifo, FifoDeleter>;
 // One pass over the source: demux, decode, convert to planar float, collect AAC frames.
 class Session {
 public:
+    Session() = default;
+    ~Session() { av_channel_layout_uninit(&m_sourceLayout); }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
     bool open(const QString& path, double maxDuration, QString* error);
     bool run(QString* error);
     std::shared_ptr<EncodedAudio> take() { return std::move(m_result); }
@@ -34,7 +56,8 @@ public:
 private:
     bool openEncoder(QString* error);
     bool decodeAvailable(QString* error);
-    bool pushSamples(const AVFrame& decoded, QString* error);
+    bool openResampler(QString* error);
+    bool pushSamples(const AVFrame* decoded, QString* error);
     bool encodeFromFifo(bool flushAll, QString* error);
     bool sendToEncoder(AVFrame* frame, QString* error);
 
@@ -46,8 +69,9 @@ private:
     PacketPtr m_packet;
     FramePtr m_decoded;
     int m_streamIndex = -1;
-    int64_t m_maxSamples = 0;
-    int64_t m_samplesIn = 0;  // samples taken from the source so far
+    AVChannelLayout m_sourceLayout{};
+    int64_t m_maxSamples = 0; // at the encoder's rate
+    int64_t m_samplesIn = 0;  // samples put into the encoder's queue so far
     int64_t m_samplesOut = 0; // samples handed to the encoder so far
     std::shared_ptr<EncodedAudio> m_result = std::make_shared<EncodedAudio>();
 };
@@ -95,8 +119,16 @@ bool Session::open(const QString& path, double maxDuration, QString* error)
         *error = QStringLiteral("ismeretlen mintavételezés vagy csatornaszám");
         return false;
     }
-    m_maxSamples = std::max<int64_t>(0, std::llround(maxDuration * m_decoder->sample_rate));
-    return openEncoder(error);
+    if (m_decoder->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+        av_channel_layout_default(&m_sourceLayout, m_decoder->ch_layout.nb_channels);
+    else if ((result = av_channel_layout_copy(&m_sourceLayout, &m_decoder->ch_layout)) < 0) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    if (!openEncoder(error) || !openResampler(error))
+        return false;
+    m_maxSamples = std::max<int64_t>(0, std::llround(maxDuration * m_encoder->sample_rate));
+    return true;
 }
 
 bool Session::openEncoder(QString* error)
@@ -112,13 +144,16 @@ bool Session::openEncoder(QString* error)
         return false;
     }
     AVCodecContext* encoder = m_encoder.get();
-    const int channels = m_decoder->ch_layout.nb_channels;
+    // Mono stays mono, stereo stays as it is; more channels than a video player's two are
+    // mixed down to stereo.
+    const int sourceChannels = m_sourceLayout.nb_channels;
     encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
-    encoder->sample_rate = m_decoder->sample_rate;
-    if (m_decoder->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
-        av_channel_layout_default(&encoder->ch_layout, channels);
+    encoder->sample_rate = aacSampleRate(m_decoder->sample_rate);
+    if (sourceChannels == 2)
+        av_channel_layout_copy(&encoder->ch_layout, &m_sourceLayout);
     else
-        av_channel_layout_copy(&encoder->ch_layout, &m_decoder->ch_layout);
+        av_channel_layout_default(&encoder->ch_layout, sourceChannels == 1 ? 1 : 2);
+    const int channels = encoder->ch_layout.nb_channels;
     encoder->bit_rate = channels == 1 ? 128000 : 256000;
     encoder->profile = FF_PROFILE_AAC_LOW;
     encoder->time_base = AVRational{1, encoder->sample_rate};
@@ -129,17 +164,6 @@ bool Session::openEncoder(QString* error)
         *error = QStringLiteral("az AAC kódoló nem indítható: %1").arg(ffmpegErrorText(result));
         return false;
     }
-
-    SwrContext* resampler = nullptr;
-    result = swr_alloc_set_opts2(&resampler, &encoder->ch_layout, AV_SAMPLE_FMT_FLTP, encoder->sample_rate,
-                                 &encoder->ch_layout, m_decoder->sample_fmt, m_decoder->sample_rate, 0,
-                                 nullptr);
-    if (result < 0 || swr_init(resampler) < 0) {
-        swr_free(&resampler);
-        *error = ffmpegErrorText(result < 0 ? result : AVERROR(EINVAL));
-        return false;
-    }
-    m_resampler.reset(resampler);
     m_fifo.reset(av_audio_fifo_alloc(AV_SAMPLE_FMT_FLTP, channels, encoder->frame_size * 4));
     if (!m_fifo) {
         *error = ffmpegErrorText(AVERROR(ENOMEM));
@@ -156,26 +180,64 @@ bool Session::openEncoder(QString* error)
     return true;
 }
 
-bool Session::pushSamples(const AVFrame& decoded, QString* error)
+// Converts the decoded samples to the encoder's planar float. With the same rate and layout
+// that only changes how the samples are laid out; a rate off the AAC table goes through the
+// windowed-sinc resampler with a long filter, and a downmix uses swresample's own matrix
+// (centre and surrounds at -3 dB, LFE left out).
+bool Session::openResampler(QString* error)
 {
-    const int64_t wanted = std::min<int64_t>(decoded.nb_samples, m_maxSamples - m_samplesIn);
-    if (wanted <= 0)
+    SwrContext* resampler = nullptr;
+    int result =
+            swr_alloc_set_opts2(&resampler, &m_encoder->ch_layout, AV_SAMPLE_FMT_FLTP, m_encoder->sample_rate,
+                                &m_sourceLayout, m_decoder->sample_fmt, m_decoder->sample_rate, 0, nullptr);
+    if (result >= 0 && m_encoder->sample_rate != m_decoder->sample_rate) {
+        const std::pair<const char*, int64_t> quality[] = {
+                {"filter_size", 64}, {"phase_shift", 12}, {"linear_interp", 1}, {"exact_rational", 1}};
+        for (const auto& [name, value] : quality)
+            if (result >= 0)
+                result = av_opt_set_int(resampler, name, value, 0);
+        if (result >= 0)
+            result = av_opt_set_double(resampler, "cutoff", 0.97, 0);
+    }
+    if (result >= 0)
+        result = swr_init(resampler);
+    if (result < 0) {
+        swr_free(&resampler);
+        *error = QStringLiteral("a hang nem alakítható át: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    m_resampler.reset(resampler);
+    return true;
+}
+
+// Converts one decoded frame (or, with null, what the resampler still holds) and queues the
+// samples up to the length the audio is cut to.
+bool Session::pushSamples(const AVFrame* decoded, QString* error)
+{
+    const int inputSamples = decoded ? decoded->nb_samples : 0;
+    const int capacity = swr_get_out_samples(m_resampler.get(), inputSamples);
+    if (capacity < 0) {
+        *error = ffmpegErrorText(capacity);
+        return false;
+    }
+    if (capacity == 0)
         return true;
     const int channels = m_result->channelCount;
-    // Same rate and layout on both sides: the conversion only changes the sample layout.
     uint8_t** converted = nullptr;
-    int result = av_samples_alloc_array_and_samples(&converted, nullptr, channels, decoded.nb_samples,
+    int result = av_samples_alloc_array_and_samples(&converted, nullptr, channels, capacity,
                                                     AV_SAMPLE_FMT_FLTP, 0);
     if (result < 0) {
         *error = ffmpegErrorText(result);
         return false;
     }
-    const int count = swr_convert(m_resampler.get(), converted, decoded.nb_samples,
-                                  const_cast<const uint8_t**>(decoded.extended_data), decoded.nb_samples);
+    const int count = swr_convert(m_resampler.get(), converted, capacity,
+                                  decoded ? const_cast<const uint8_t**>(decoded->extended_data) : nullptr,
+                                  inputSamples);
     bool ok = count >= 0;
     if (!ok)
         *error = ffmpegErrorText(count);
-    if (ok) {
+    const int64_t wanted = m_maxSamples - m_samplesIn;
+    if (ok && wanted > 0) {
         const int take = static_cast<int>(std::min<int64_t>(count, wanted));
         if (av_audio_fifo_write(m_fifo.get(), reinterpret_cast<void**>(converted), take) < take) {
             *error = ffmpegErrorText(AVERROR(ENOMEM));
@@ -255,7 +317,7 @@ bool Session::decodeAvailable(QString* error)
             *error = ffmpegErrorText(result);
             return false;
         }
-        const bool pushed = pushSamples(*m_decoded, error);
+        const bool pushed = pushSamples(m_decoded.get(), error);
         av_frame_unref(m_decoded.get());
         if (!pushed || !encodeFromFifo(false, error))
             return false;
@@ -285,6 +347,9 @@ bool Session::run(QString* error)
             return false;
     }
     if (avcodec_send_packet(m_decoder.get(), nullptr) >= 0 && !decodeAvailable(error))
+        return false;
+    // The resampler's filter holds back the last few samples until it is drained.
+    if (m_samplesIn < m_maxSamples && !pushSamples(nullptr, error))
         return false;
     if (!encodeFromFifo(true, error) || !sendToEncoder(nullptr, error))
         return false;

@@ -1,5 +1,6 @@
-// The recording encoded for the video: AAC-LC at the source's own sample rate and channel
-// count (256 kb/s stereo, 128 kb/s mono), cut to a given duration. The source is read in
+// The recording encoded for the video: AAC-LC (256 kb/s stereo, 128 kb/s mono) at the source's
+// own sample rate when AAC has it, else resampled to 48 kHz; mono stays mono, more than two
+// channels are mixed down to stereo; cut to a given duration. The source is read in
 // pieces and the packets are spooled to a temporary file, so memory does not grow with the
 // length of the recording. Any thread; each call is independent.
 #pragma once

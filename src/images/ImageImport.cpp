@@ -6,6 +6,7 @@
 #include "images/ImageMerging.h"
 #include "images/PageListRules.h"
 #include "images/PdfRendering.h"
+#include "project/ProjectFormat.h"
 #include "support/Dialogs.h"
 
 #include <QPdfDocument>
@@ -14,10 +15,28 @@ namespace {
 
 enum PdfImportAnswer { kOnePerPage = 0, kTwoSideBySide = 1, kCancel = 2 };
 
+// The page list never holds more pages than a project file may: an import that would take it
+// past that adds nothing and says so. True when `adding` more pages fit after `current`.
+bool roomForPages(Dialogs* dialogs, size_t current, size_t adding)
+{
+    const size_t total = current + adding;
+    if (total <= size_t(kMaxProjectPages))
+        return true;
+    if (dialogs)
+        dialogs->alert(AlertStyle::critical, QStringLiteral("Túl sok oldal"),
+                       QStringLiteral("Egy projektben legfeljebb %1 oldal lehet; ez a hozzáadás %2 oldalra "
+                                      "növelné.")
+                               .arg(kMaxProjectPages)
+                               .arg(total));
+    return false;
+}
+
 } // namespace
 
 void VideoEditorViewModel::addImage(const QString& path)
 {
+    if (!roomForPages(m_environment.dialogs, m_images.size(), 1))
+        return;
     std::optional<QImage> image = loadImageFile(path);
     if (!image)
         return;
@@ -47,6 +66,12 @@ void VideoEditorViewModel::addPDF(const QString& path)
                     QStringLiteral(" oldalas PDF-et?"),
             {QStringLiteral("Oldalanként"), QStringLiteral("2 oldal egymás mellé"), QStringLiteral("Mégse")});
     if (answer == kCancel)
+        return;
+    const auto available = [&document](int index) { return pdfPageAvailable(*document, index); };
+    const size_t adding = answer == kTwoSideBySide
+                                  ? pairedPdfPageGroups(document->pageCount(), available).size()
+                                  : singlePdfPageGroups(document->pageCount(), available).size();
+    if (!roomForPages(m_environment.dialogs, m_images.size(), adding))
         return;
     if (answer == kTwoSideBySide)
         addPDFPaired(*document, path);

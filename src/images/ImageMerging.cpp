@@ -1,5 +1,7 @@
 #include "images/ImageMerging.h"
 
+#include "images/PagePointSize.h"
+
 #include <QPainter>
 
 #include <algorithm>
@@ -11,7 +13,7 @@ constexpr double kHeightWhenUnknown = 100.0;
 
 double scaledWidth(const QImage& image, double targetHeight)
 {
-    const QSizeF size = image.deviceIndependentSize();
+    const QSizeF size = pagePointSize(image);
     if (image.isNull() || size.height() <= 0.0)
         return 0.0;
     return size.width() * (targetHeight / size.height());
@@ -24,7 +26,7 @@ QSizeF mergedSizeInPoints(const std::vector<QImage>& images)
     double height = 0.0;
     for (const QImage& image : images) {
         if (!image.isNull())
-            height = std::max(height, image.deviceIndependentSize().height());
+            height = std::max(height, pagePointSize(image).height());
     }
     if (height <= 0.0)
         height = kHeightWhenUnknown;
@@ -85,6 +87,7 @@ QImage mergeHorizontally(const std::vector<QImage>& images)
         }
     }
     merged.setDevicePixelRatio(density);
+    setPagePointSize(merged, size);
     return merged;
 }
 

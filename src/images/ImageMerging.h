@@ -1,6 +1,6 @@
 // Joining page images side by side. Pure functions on QImage, any thread.
 //
-// Sizes are computed in points (QImage::deviceIndependentSize()), so a PDF page rendered at
+// Sizes are computed in points (pagePointSize), so a PDF page rendered at
 // two pixels per point and a photo at one pixel per point join at their real proportions.
 // The result has the highest pixel density of the inputs, so no input loses sharpness.
 #pragma once

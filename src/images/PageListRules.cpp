@@ -1,5 +1,7 @@
 #include "images/PageListRules.h"
 
+#include "images/PagePointSize.h"
+
 #include <QHash>
 
 #include <algorithm>
@@ -67,7 +69,7 @@ std::set<int> selectionsFollowingPages(const std::set<int>& selection, const std
 
 PageOrientation pageOrientation(const QImage& image)
 {
-    const QSizeF size = image.deviceIndependentSize();
+    const QSizeF size = pagePointSize(image);
     if (size.width() < size.height())
         return PageOrientation::portrait;
     if (size.height() < size.width())

@@ -1,6 +1,7 @@
 #include "images/PdfRendering.h"
 
 #include "images/ImageMerging.h"
+#include "images/PagePointSize.h"
 
 #include <QPainter>
 #include <QPdfDocument>
@@ -76,5 +77,7 @@ QImage renderPdfPage(QPdfDocument& document, int pageIndex, double density)
         painter.drawImage(QPoint(0, 0), page);
     }
     result.setDevicePixelRatio(used);
+    // The pixels are the size rounded to whole pixels; the page keeps its own.
+    setPagePointSize(result, points);
     return result;
 }

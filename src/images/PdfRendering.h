@@ -2,8 +2,8 @@
 // QPdfDocument the caller owns; one document is used by one thread at a time.
 //
 // A page keeps its size in points: it is rendered at two pixels per point so that staff lines
-// and text stay sharp on the 1920-pixel canvas, and the image carries devicePixelRatio 2, so
-// QImage::deviceIndependentSize() is the page's size in points.
+// and text stay sharp on the 1920-pixel canvas, and the image carries devicePixelRatio 2 and
+// the page's exact size in points (pagePointSize).
 #pragma once
 
 #include <QImage>

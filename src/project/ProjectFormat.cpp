@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -494,6 +495,27 @@ QByteArray encodeProject(const ProjectJSON& project)
     // absent for optional members and as an error for required ones.
     const std::string text = root.dump(2, ' ', false, Json::error_handler_t::replace);
     return QByteArray::fromStdString(text);
+}
+
+std::optional<QString> nonFiniteMember(const ProjectJSON& project)
+{
+    const std::pair<const char*, std::optional<double>> members[] = {
+            {"duration", project.duration},
+            {"currentTime", project.currentTime},
+            {"startSilence", project.startSilence},
+            {"endSilence", project.endSilence},
+            {"transitionDuration", project.transitionDuration},
+            {"volumeBoost", project.volumeBoost},
+            {"fillColorR", project.fillColorR},
+            {"fillColorG", project.fillColorG},
+            {"fillColorB", project.fillColorB},
+    };
+    for (const auto& [key, value] : members) {
+        if (value && !std::isfinite(*value))
+            return QStringLiteral("%1 értéke nem véges szám (%2), JSON-ban nem írható le")
+                    .arg(QString::fromLatin1(key), QString::number(*value));
+    }
+    return std::nullopt;
 }
 
 std::optional<ProjectJSON> decodeProject(const QByteArray& bytes, QString* error,

@@ -53,6 +53,10 @@ struct ProjectJSON {
 // Pretty-printed JSON (indented, one member per line), keys in declaration order.
 QByteArray encodeProject(const ProjectJSON& project);
 
+// JSON has no form for infinity or NaN, and a file holding one could not be read back: the
+// reason naming the first such member, or nothing when every number is finite.
+std::optional<QString> nonFiniteMember(const ProjectJSON& project);
+
 // The largest project Vornik reads: 12 hours of frames, four times the longest recording a
 // score video is made of, and a file size that such a project stays within as Vornik writes
 // it (under 200 bytes a frame). Anything larger is refused before it can take the memory and

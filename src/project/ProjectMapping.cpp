@@ -1,6 +1,9 @@
 #include "project/ProjectMapping.h"
 
+#include "support/ValueFormat.h"
+
 #include <algorithm>
+#include <cmath>
 
 std::vector<FrameJSON> framesToJSON(const Frames& frames)
 {
@@ -26,34 +29,56 @@ std::vector<ImagePathInfo> imagePathsToJSON(const std::vector<ImageItem>& images
     return paths;
 }
 
-void putFillColor(ProjectJSON& project, const QColor& color)
+void putFillColor(ProjectJSON& project, const FillColorComponents& color)
 {
-    const QColor srgb = color.toRgb();
-    if (!srgb.isValid())
-        return;
-    project.fillColorR = srgb.redF();
-    project.fillColorG = srgb.greenF();
-    project.fillColorB = srgb.blueF();
+    project.fillColorR = color.red;
+    project.fillColorG = color.green;
+    project.fillColorB = color.blue;
 }
+
+namespace {
+
+// `value` brought into low...high; not finite counts as outside: minus infinity and NaN
+// become `low`, plus infinity `high`. A change adds its warning line.
+double clampSetting(const char* key, double value, double low, double high, QStringList& warnings)
+{
+    const double clamped = std::isnan(value) ? low : std::clamp(value, low, high);
+    if (clamped != value || !std::isfinite(value))
+        warnings << QStringLiteral("[Load] Figyelmeztetés: %1 értéke (%2) a megengedett tartományon kívül "
+                                   "esik, %3 lesz helyette")
+                            .arg(QString::fromLatin1(key), formatDouble(value), formatDouble(clamped));
+    return clamped;
+}
+
+} // namespace
 
 ProjectSettings projectSettings(const ProjectJSON& project)
 {
     ProjectSettings settings;
-    settings.startSilence = project.startSilence;
-    settings.endSilence = project.endSilence;
-    settings.transitionDuration = project.transitionDuration.value_or(0.5);
-    settings.volumeBoost = project.volumeBoost.value_or(100.0);
+    QStringList& warnings = settings.warnings;
+    settings.startSilence =
+            clampSetting("startSilence", project.startSilence, 0.0, kMaxSilenceSeconds, warnings);
+    settings.endSilence = clampSetting("endSilence", project.endSilence, 0.0, kMaxSilenceSeconds, warnings);
+    settings.transitionDuration = clampSetting("transitionDuration", project.transitionDuration.value_or(0.5),
+                                               0.0, kMaxTransitionSeconds, warnings);
+    settings.volumeBoost = clampSetting("volumeBoost", project.volumeBoost.value_or(100.0), kMinVolumeBoost,
+                                        kMaxVolumeBoost, warnings);
     if (project.videoFormat)
         settings.videoFormat = videoFormatFromRawValue(*project.videoFormat);
     if (project.fillColorR && project.fillColorG && project.fillColorB) {
         // Components outside 0...1 do not come from Vornik; they are brought into range
-        // rather than turned into an invalid colour.
-        const auto unit = [](double value) { return std::clamp(value, 0.0, 1.0); };
-        settings.fillColor = QColor::fromRgbF(static_cast<float>(unit(*project.fillColorR)),
-                                              static_cast<float>(unit(*project.fillColorG)),
-                                              static_cast<float>(unit(*project.fillColorB)), 1.0f);
+        // rather than turned into an invalid colour. Those within it are kept as they are.
+        const auto unit = [](double value) { return std::isnan(value) ? 0.0 : std::clamp(value, 0.0, 1.0); };
+        settings.fillColor = FillColorComponents{unit(*project.fillColorR), unit(*project.fillColorG),
+                                                 unit(*project.fillColorB)};
     }
     return settings;
+}
+
+double restoredPosition(double savedTime, double duration)
+{
+    const double end = std::max(0.0, duration);
+    return std::isnan(savedTime) ? 0.0 : std::clamp(savedTime, 0.0, end);
 }
 
 std::optional<QString> projectAudioPath(const ProjectJSON& project)

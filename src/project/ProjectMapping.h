@@ -3,12 +3,13 @@
 // functions on plain values, any thread; the editor's persistence members apply the results.
 #pragma once
 
+#include "editor/FillColor.h"
 #include "editor/Frames.h"
 #include "editor/ImageItem.h"
 #include "editor/VideoFormat.h"
 #include "project/ProjectFormat.h"
 
-#include <QColor>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -19,21 +20,34 @@ std::vector<FrameJSON> framesToJSON(const Frames& frames);
 // One entry per page, in list order: its file and its PDF page numbers.
 std::vector<ImagePathInfo> imagePathsToJSON(const std::vector<ImageItem>& images);
 
-// Writes the three colour members from the colour in sRGB.
-void putFillColor(ProjectJSON& project, const QColor& color);
+// Writes the three colour members, exactly as held.
+void putFillColor(ProjectJSON& project, const FillColorComponents& color);
 
 // The settings a loaded file gives the editor. Members the file lacks take the defaults of
 // older files (transition 0.5 s, boost 100); format and colour stay none when the file has
-// no usable value, and the editor then keeps its own.
+// no usable value, and the editor then keeps its own. Silences, transition and boost are
+// brought into the ranges the audio settings sheet offers (a value that is not finite
+// counts as outside them), each such change with its warning line for the log.
 struct ProjectSettings {
     double startSilence = 0.0;
     double endSilence = 0.0;
     double transitionDuration = 0.5;
     double volumeBoost = 100.0;
     std::optional<VideoFormat> videoFormat;
-    std::optional<QColor> fillColor;
+    std::optional<FillColorComponents> fillColor;
+    QStringList warnings;
 };
 ProjectSettings projectSettings(const ProjectJSON& project);
+
+// The ranges of the audio settings sheet.
+constexpr double kMaxSilenceSeconds = 10.0;
+constexpr double kMaxTransitionSeconds = 3.0;
+constexpr double kMinVolumeBoost = 25.0;
+constexpr double kMaxVolumeBoost = 1000.0;
+
+// The saved position within the recording's `duration`: a position before the start or past
+// the end (or not finite) becomes the nearest end.
+double restoredPosition(double savedTime, double duration);
 
 // The recording to load: the user's own file when the project names it, so that the
 // silences are rendered afresh from it instead of being added to an already rendered file.

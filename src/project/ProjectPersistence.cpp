@@ -109,7 +109,12 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
     project.transitionDuration = m_transitionDuration;
     project.volumeBoost = m_volumeBoost;
     project.videoFormat = rawValue(m_videoFormat);
-    putFillColor(project, m_fillColor);
+    putFillColor(project, m_fillColorComponents);
+    // Such a file could not be opened again; the previous one is kept instead.
+    if (const std::optional<QString> reason = nonFiniteMember(project)) {
+        logLine(QStringLiteral("[Save] Hiba: ") + *reason);
+        return false;
+    }
     const QByteArray bytes = encodeProject(project);
 
     // Written beside the destination and renamed over it only when complete: a crash or a
@@ -185,6 +190,8 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setSelectedImageIndices({});
 
     const ProjectSettings settings = projectSettings(*project);
+    for (const QString& warning : settings.warnings)
+        logLine(warning);
     setStartSilenceDuration(settings.startSilence);
     setEndSilenceDuration(settings.endSilence);
     setTransitionDuration(settings.transitionDuration);
@@ -192,9 +199,9 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     if (settings.videoFormat)
         setVideoFormat(*settings.videoFormat);
     if (settings.fillColor) {
-        setFillColor(*settings.fillColor);
+        setFillColorComponents(*settings.fillColor);
         // The frames made by the audio load take the store's default colour.
-        updateFillColor(*settings.fillColor);
+        updateFillColor(m_fillColor);
     }
 
     setImages(rebuildProjectPages(project->imagePaths));
@@ -293,7 +300,7 @@ void VideoEditorViewModel::restoreProjectFrames(const ProjectJSON& project)
 {
     restoreFrames(m_frameManager, project.frames, m_images);
     announceChange();
-    seekTo(project.currentTime);
+    seekTo(restoredPosition(project.currentTime, m_duration));
     logLine(QStringLiteral("[Load] Projekt betöltve: ") + QString::number(m_images.size()) +
             QStringLiteral(" kép, ") + QString::number(project.frames.size()) + QStringLiteral(" frame"));
 }

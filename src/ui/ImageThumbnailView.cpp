@@ -1,6 +1,7 @@
 #include "ui/ImageThumbnailView.h"
 
 #include "editor/VideoEditorViewModel.h"
+#include "images/PagePointSize.h"
 #include "support/Log.h"
 #include "ui/DeleteButton.h"
 #include "ui/ImageDropDelegate.h"
@@ -99,7 +100,7 @@ void ImageThumbnailView::refreshPicture()
         return;
     // The aspect comes from the size in points, so a PDF page at two pixels per point looks
     // the same as a picture file of the same shape.
-    const QSizeF points = m_item.image().deviceIndependentSize();
+    const QSizeF points = pagePointSize(m_item.image());
     QPixmap pixmap;
     if (!points.isEmpty()) {
         const int height =

@@ -1,6 +1,7 @@
 #include "ui/VideoPreviewCanvas.h"
 
 #include "editor/VideoEditorViewModel.h"
+#include "images/PagePointSize.h"
 #include "ui/SymbolIcons.h"
 
 #include <QPainter>
@@ -58,7 +59,7 @@ QRectF VideoPreviewCanvas::pictureRect()
     if (m_picture.isNull())
         return {};
     // Fit, keeping the aspect ratio of the picture's size in points.
-    const QSizeF pictureSize = m_picture.deviceIndependentSize();
+    const QSizeF pictureSize = pagePointSize(m_picture);
     const QSizeF fitted = pictureSize.scaled(QSizeF(size()), Qt::KeepAspectRatio);
     return {(width() - fitted.width()) / 2, (height() - fitted.height()) / 2, fitted.width(),
             fitted.height()};

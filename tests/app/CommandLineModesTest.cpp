@@ -146,6 +146,22 @@ TEST(CommandLineModes, ProjectWhoseRecordingCannotBeReadPrintsTheWarningAndExits
     EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out.mov"))));
 }
 
+TEST(CommandLineModes, ARecordingThatIsNotSoundExitsWithOneAndTheLogsReason)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    QFile recording(dir.filePath(QStringLiteral("demo_felvetel.wav")));
+    ASSERT_TRUE(recording.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ASSERT_GT(recording.write(QByteArray(4096, 'x')), 0);
+    recording.close();
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")),
+                                      dir.filePath(QStringLiteral("out.mov"))});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Hiba: a projekt hangfelvétele nem tölthető be")))
+            << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("[Audio] Hiba betöltéskor: "))) << run.err.toStdString();
+}
+
 TEST(CommandLineModes, UnwritableDestinationExitsWithOneAndTheExportAlert)
 {
     QTemporaryDir dir;
@@ -155,6 +171,8 @@ TEST(CommandLineModes, UnwritableDestinationExitsWithOneAndTheExportAlert)
                                       QStringLiteral("/proc/vornik-test/out.mov")});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.contains(QStringLiteral("Export hiba"))) << run.err.toStdString();
+    // The log's reason follows the alert.
+    EXPECT_TRUE(run.err.contains(QStringLiteral("[Export] "))) << run.err.toStdString();
 }
 
 TEST(CommandLineModes, HelpVersionAndBadArguments)

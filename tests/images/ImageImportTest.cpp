@@ -1,5 +1,7 @@
 // The editor's page import: image files and PDFs, single and paired, the question, bad input.
 #include "editor/VideoEditorViewModel.h"
+#include "images/PagePointSize.h"
+#include "support/HostileFiles.h"
 #include "support/ImageFixtures.h"
 #include "support/Log.h"
 #include "support/PdfFixtures.h"
@@ -297,4 +299,56 @@ TEST_F(ImageImport, UnreadablePdfsAreIgnoredSilently)
     EXPECT_EQ(autoSaves.count(), 0);
     EXPECT_EQ(imagesChanges.count(), 0);
     EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(ImageImport, AnImportPastAThousandPagesAddsNothingAndSaysHowManyItWouldMake)
+{
+    std::vector<ImageItem> pages;
+    const QImage tiny = ImageFixtures::quadrantImage(4, 4);
+    for (int i = 0; i < 998; ++i)
+        pages.emplace_back(QUuid::createUuid(), tiny, QStringLiteral("/pages/p.png"));
+    editor.setImages(std::move(pages));
+    const QString three = pdf(QStringLiteral("three.pdf"), 3);
+
+    // Three pages one by one would make 1001; as pairs they make 1000, which fits.
+    dialogs.queueQuestionAnswer(kOnePerPage);
+    editor.addPDF(three);
+    EXPECT_EQ(editor.images().size(), 998u);
+    ASSERT_EQ(dialogs.alerts().size(), 1u);
+    EXPECT_EQ(dialogs.alerts()[0].style, AlertStyle::critical);
+    EXPECT_EQ(dialogs.alerts()[0].message, QStringLiteral("Túl sok oldal"));
+    EXPECT_EQ(dialogs.alerts()[0].informativeText,
+              QStringLiteral(
+                      "Egy projektben legfeljebb 1000 oldal lehet; ez a hozzáadás 1001 oldalra növelné."));
+    EXPECT_EQ(autoSaves.count(), 0);
+
+    dialogs.queueQuestionAnswer(kTwoSideBySide);
+    editor.addPDF(three);
+    EXPECT_EQ(editor.images().size(), 1000u);
+    EXPECT_EQ(dialogs.alerts().size(), 1u);
+
+    const QString image = png(QStringLiteral("one.png"), 10, 10);
+    editor.addImage(image);
+    EXPECT_EQ(editor.images().size(), 1000u);
+    ASSERT_EQ(dialogs.alerts().size(), 2u);
+    EXPECT_EQ(dialogs.alerts()[1].informativeText,
+              QStringLiteral(
+                      "Egy projektben legfeljebb 1000 oldal lehet; ez a hozzáadás 1001 oldalra növelné."));
+    EXPECT_TRUE(ImageFixtures::frameStoreMatchesPageList(editor));
+}
+
+TEST_F(ImageImport, APairedA4SpreadIsPlacedByItsExactSizeInPoints)
+{
+    const QString path = dir.filePath(QStringLiteral("a4.pdf"));
+    ASSERT_TRUE(HostileFiles::writeFile(path, HostileFiles::pdfWithManyPages(2, 595.276, 841.89)));
+    dialogs.queueQuestionAnswer(kTwoSideBySide);
+    editor.addPDF(path);
+    ASSERT_EQ(editor.images().size(), 1u);
+    const QImage& spread = editor.images()[0].image();
+    EXPECT_NEAR(pagePointSize(spread).width(), 2 * 595.276, 1e-3);
+    EXPECT_NEAR(pagePointSize(spread).height(), 841.89, 1e-4);
+    // Still two pixels per point.
+    EXPECT_EQ(spread.size(), QSize(2381, 1684));
+    // Half-point sizes (1191 x 842) would give 1528 pixels at x 196.
+    EXPECT_EQ(editor.computePlacement(spread, QSizeF(1920, 1080)), (Placement{197, 0, 1527, 1080}));
 }

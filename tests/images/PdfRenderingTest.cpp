@@ -1,4 +1,6 @@
 #include "images/PdfRendering.h"
+#include "images/PagePointSize.h"
+#include "support/HostileFiles.h"
 #include "support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
@@ -37,6 +39,27 @@ TEST(PdfRendering, PageIsRenderedAtTwoPixelsPerPointWithItsSizeInPoints)
     EXPECT_EQ(page.size(), QSize(600, 400));
     EXPECT_DOUBLE_EQ(page.devicePixelRatio(), 2.0);
     EXPECT_EQ(page.deviceIndependentSize(), QSizeF(300, 200));
+}
+
+TEST(PdfRendering, AnA4PageKeepsItsExactSizeInPointsAtTwoPixelsPerPoint)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("a4.pdf"));
+    ASSERT_TRUE(HostileFiles::writeFile(path, HostileFiles::pdfWithManyPages(1, 595.276, 841.89)));
+    auto document = openPdfDocument(path);
+    ASSERT_NE(document, nullptr);
+    const QImage page = renderPdfPage(*document, 0);
+    ASSERT_FALSE(page.isNull());
+    // 1190.552 x 1683.78 pixels, rounded to whole ones.
+    EXPECT_EQ(page.size(), QSize(1191, 1684));
+    EXPECT_DOUBLE_EQ(page.devicePixelRatio(), 2.0);
+    // Not 595.5 x 842, the half points the pixels would give.
+    EXPECT_NEAR(pagePointSize(page).width(), 595.276, 1e-4);
+    EXPECT_NEAR(pagePointSize(page).height(), 841.89, 1e-4);
+    EXPECT_EQ(pagePointSize(page), pdfPageSizeInPoints(*document, 0));
+    // Copies carry it too.
+    const QImage copy = page.copy();
+    EXPECT_EQ(pagePointSize(copy), pagePointSize(page));
 }
 
 TEST(PdfRendering, ThinBlackLineIsPresentInTheRasterisedPage)

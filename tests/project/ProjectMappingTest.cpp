@@ -4,6 +4,8 @@
 
 #include <QUuid>
 
+#include <limits>
+
 namespace {
 
 QImage page(int width, int height)
@@ -70,18 +72,72 @@ TEST(ProjectMapping, UnknownFormatAndIncompleteColourGiveNothing)
     EXPECT_FALSE(settings.fillColor.has_value());
 }
 
-TEST(ProjectMapping, ColourRoundTripsThroughTheFile)
+TEST(ProjectMapping, ColourComponentsAreKeptExactly)
 {
     ProjectJSON project;
-    const QColor colour = QColor::fromRgbF(0.2f, 0.4f, 0.6f);
-    putFillColor(project, colour);
+    project.fillColorR = 0.2;
+    project.fillColorG = 0.3;
+    project.fillColorB = 0.7;
     const ProjectSettings settings = projectSettings(project);
     ASSERT_TRUE(settings.fillColor.has_value());
-    EXPECT_EQ(settings.fillColor->rgba64(), colour.rgba64());
+    EXPECT_EQ(*settings.fillColor, (FillColorComponents{0.2, 0.3, 0.7}));
     ProjectJSON again;
     putFillColor(again, *settings.fillColor);
-    EXPECT_EQ(again.fillColorR, project.fillColorR);
-    EXPECT_EQ(again.fillColorB, project.fillColorB);
+    EXPECT_EQ(again.fillColorR, 0.2);
+    EXPECT_EQ(again.fillColorG, 0.3);
+    EXPECT_EQ(again.fillColorB, 0.7);
+
+    project.fillColorR = -1.0;
+    project.fillColorB = 7.0;
+    EXPECT_EQ(*projectSettings(project).fillColor, (FillColorComponents{0.0, 0.3, 1.0}));
+}
+
+TEST(ProjectMapping, SettingsWithinTheSheetsRangesAreTakenWithoutAWord)
+{
+    ProjectJSON project;
+    project.startSilence = 10.0;
+    project.endSilence = 0.0;
+    project.transitionDuration = 3.0;
+    project.volumeBoost = 25.0;
+    const ProjectSettings settings = projectSettings(project);
+    EXPECT_EQ(settings.startSilence, 10.0);
+    EXPECT_EQ(settings.endSilence, 0.0);
+    EXPECT_EQ(settings.transitionDuration, 3.0);
+    EXPECT_EQ(settings.volumeBoost, 25.0);
+    EXPECT_TRUE(settings.warnings.isEmpty());
+}
+
+TEST(ProjectMapping, SettingsOutsideTheSheetsRangesAreClampedWithAWarning)
+{
+    ProjectJSON project;
+    project.startSilence = 1e9;
+    project.endSilence = -std::numeric_limits<double>::infinity();
+    project.transitionDuration = std::numeric_limits<double>::quiet_NaN();
+    project.volumeBoost = 1e9;
+    const ProjectSettings settings = projectSettings(project);
+    EXPECT_EQ(settings.startSilence, 10.0);
+    EXPECT_EQ(settings.endSilence, 0.0);
+    EXPECT_EQ(settings.transitionDuration, 0.0);
+    EXPECT_EQ(settings.volumeBoost, 1000.0);
+    const QString tail = QStringLiteral(" a megengedett tartományon kívül esik, ");
+    EXPECT_EQ(settings.warnings,
+              (QStringList{QStringLiteral("[Load] Figyelmeztetés: startSilence értéke (1000000000.0)") +
+                                   tail + QStringLiteral("10.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: endSilence értéke (-inf)") + tail +
+                                   QStringLiteral("0.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: transitionDuration értéke (nan)") + tail +
+                                   QStringLiteral("0.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: volumeBoost értéke (1000000000.0)") + tail +
+                                   QStringLiteral("1000.0 lesz helyette")}));
+}
+
+TEST(ProjectMapping, TheSavedPositionIsKeptWithinTheRecording)
+{
+    EXPECT_EQ(restoredPosition(1.5, 4.0), 1.5);
+    EXPECT_EQ(restoredPosition(1e300, 4.0), 4.0);
+    EXPECT_EQ(restoredPosition(-5.0, 4.0), 0.0);
+    EXPECT_EQ(restoredPosition(std::numeric_limits<double>::infinity(), 4.0), 4.0);
+    EXPECT_EQ(restoredPosition(std::numeric_limits<double>::quiet_NaN(), 4.0), 0.0);
 }
 
 TEST(ProjectMapping, OriginalAudioIsPreferredToTheRenderedFile)

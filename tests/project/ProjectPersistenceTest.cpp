@@ -16,6 +16,7 @@
 #include <QThreadPool>
 
 #include <csignal>
+#include <limits>
 #include <sys/resource.h>
 
 using ProjectFixtures::ProjectEditor;
@@ -231,6 +232,29 @@ TEST_F(ProjectPersistence, FailedWriteKeepsThePreviousFileIntact)
               QStringList{QStringLiteral("kept.vnk")});
 }
 
+TEST_F(ProjectPersistence, ANumberThatIsNotFiniteFailsTheSaveAndKeepsThePreviousFile)
+{
+    populate();
+    const QString path = file(QStringLiteral("finite.vnk"));
+    const QByteArray previous = QByteArrayLiteral("{\"previous\": true}\n");
+    ASSERT_FALSE(writeFile(path, previous).isEmpty());
+    for (const double bad :
+         {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+          std::numeric_limits<double>::quiet_NaN()}) {
+        editor.setEndSilenceDuration(bad);
+        LogCapture log;
+        EXPECT_FALSE(editor.saveProjectToFileSync(path));
+        EXPECT_EQ(readFile(path), previous);
+        ASSERT_EQ(log.lines().size(), 1);
+        EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("[Save] Hiba: ")))
+                << log.lines()[0].toStdString();
+        EXPECT_TRUE(log.lines()[0].contains(QStringLiteral("endSilence"))) << log.lines()[0].toStdString();
+    }
+    editor.setEndSilenceDuration(1.0);
+    EXPECT_TRUE(editor.saveProjectToFileSync(path));
+    EXPECT_NE(readFile(path), previous);
+}
+
 TEST_F(ProjectPersistence, DestinationThatIsAFolderIsReportedAndLeftAlone)
 {
     populate();
@@ -444,6 +468,56 @@ TEST_F(ProjectPersistence, ColourIsSetWhenAllThreeComponentsArePresent)
     editor.loadProjectJSON(writeProject(QStringLiteral("full.vnk"), document));
     EXPECT_EQ(editor.fillColor().rgba64(), QColor::fromRgbF(0.0f, 0.5f, 1.0f).rgba64());
     EXPECT_EQ(editor.getFrameManager().defaultFillColor().rgba64(), editor.fillColor().rgba64());
+}
+
+TEST_F(ProjectPersistence, AColourIsSavedWithTheNumbersItWasLoadedWith)
+{
+    ProjectJSON document = twoPictureProject();
+    document.fillColorR = 0.2;
+    document.fillColorG = 0.3;
+    document.fillColorB = 0.7;
+    editor.loadProjectJSON(writeProject(QStringLiteral("colour.vnk"), document));
+    const QString saved = file(QStringLiteral("colour-again.vnk"));
+    ASSERT_TRUE(editor.saveProjectToFileSync(saved));
+    const std::optional<ProjectJSON> again = decodeProject(readFile(saved));
+    ASSERT_TRUE(again.has_value());
+    EXPECT_EQ(again->fillColorR, 0.2);
+    EXPECT_EQ(again->fillColorG, 0.3);
+    EXPECT_EQ(again->fillColorB, 0.7);
+    EXPECT_TRUE(readFile(saved).contains("\"fillColorR\": 0.2,"));
+
+    // A colour chosen afterwards is written from the colour itself.
+    editor.setFillColor(QColor(255, 0, 0));
+    ASSERT_TRUE(editor.saveProjectToFileSync(saved));
+    const std::optional<ProjectJSON> chosen = decodeProject(readFile(saved));
+    ASSERT_TRUE(chosen.has_value());
+    EXPECT_EQ(chosen->fillColorR, 1.0);
+    EXPECT_EQ(chosen->fillColorG, 0.0);
+}
+
+TEST_F(ProjectPersistence, SettingsOutsideTheSheetsRangesAreClampedAndLogged)
+{
+    ProjectJSON document = twoPictureProject();
+    document.startSilence = -1.0;
+    document.endSilence = 1e308;
+    document.transitionDuration = 1e20;
+    document.volumeBoost = 0.0;
+    LogCapture log;
+    editor.loadProjectJSON(writeProject(QStringLiteral("clamped.vnk"), document));
+    EXPECT_EQ(editor.startSilenceDuration(), 0.0);
+    EXPECT_EQ(editor.endSilenceDuration(), 10.0);
+    EXPECT_EQ(editor.transitionDuration(), 3.0);
+    EXPECT_EQ(editor.volumeBoost(), 25.0);
+    const QString tail = QStringLiteral(" a megengedett tartományon kívül esik, ");
+    EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Load] Figyelmeztetés: ")),
+              (QStringList{QStringLiteral("[Load] Figyelmeztetés: startSilence értéke (-1.0)") + tail +
+                                   QStringLiteral("0.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: endSilence értéke (1e+308)") + tail +
+                                   QStringLiteral("10.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: transitionDuration értéke (1e+20)") + tail +
+                                   QStringLiteral("3.0 lesz helyette"),
+                           QStringLiteral("[Load] Figyelmeztetés: volumeBoost értéke (0.0)") + tail +
+                                   QStringLiteral("25.0 lesz helyette")}));
 }
 
 TEST_F(ProjectPersistence, SavedPdfPairComesBackAsOneMergedPageWithBothNumbers)

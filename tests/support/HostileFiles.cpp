@@ -441,6 +441,16 @@ Outcome openInChild(OpenPath path, const QString& file, const QString& workDirec
                 outcome.isLoadingAudio = value == QStringLiteral("1");
             else if (key == QStringLiteral("duration"))
                 outcome.duration = value.toDouble();
+            else if (key == QStringLiteral("startSilence"))
+                outcome.startSilence = value.toDouble();
+            else if (key == QStringLiteral("endSilence"))
+                outcome.endSilence = value.toDouble();
+            else if (key == QStringLiteral("transitionDuration"))
+                outcome.transitionDuration = value.toDouble();
+            else if (key == QStringLiteral("volumeBoost"))
+                outcome.volumeBoost = value.toDouble();
+            else if (key == QStringLiteral("currentTime"))
+                outcome.currentTime = value.toDouble();
         }
     }
     return outcome;
@@ -526,6 +536,11 @@ bool runChildCaseFromEnvironment()
     result("audioLoaded", editor.audioURL() ? QStringLiteral("1") : QStringLiteral("0"));
     result("isLoadingAudio", editor.isLoadingAudio() ? QStringLiteral("1") : QStringLiteral("0"));
     result("duration", QString::number(editor.duration(), 'g', 17));
+    result("startSilence", QString::number(editor.startSilenceDuration(), 'g', 17));
+    result("endSilence", QString::number(editor.endSilenceDuration(), 'g', 17));
+    result("transitionDuration", QString::number(editor.transitionDuration(), 'g', 17));
+    result("volumeBoost", QString::number(editor.volumeBoost(), 'g', 17));
+    result("currentTime", QString::number(editor.currentTime(), 'g', 17));
     return true;
 }
 

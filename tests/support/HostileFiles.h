@@ -98,6 +98,12 @@ struct Outcome {
     bool audioLoaded = false;
     bool isLoadingAudio = false;
     double duration = 0.0;
+    // The editor's settings and position afterwards.
+    double startSilence = 0.0;
+    double endSilence = 0.0;
+    double transitionDuration = 0.0;
+    double volumeBoost = 0.0;
+    double currentTime = 0.0;
     QStringList logLines;  // the editor's log lines, in order
     QStringList questions; // informative texts of the questions asked
     QStringList alerts;    // message and informative text of each alert
