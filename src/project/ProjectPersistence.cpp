@@ -156,9 +156,11 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     pause();
     if (m_isRecording)
         setIsRecording(false);
+    cancelAudioJobs();
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
+    adoptRenderedAudio(nullptr);
     setOriginalAudioURL(std::nullopt);
     m_audioPlayer.reset();
     setDuration(0.0);
@@ -227,9 +229,11 @@ void VideoEditorViewModel::newProject()
 {
     ++m_projectGeneration;
     pause();
+    cancelAudioJobs();
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
+    adoptRenderedAudio(nullptr);
     // The user's file goes too, so that applying new silences cannot bring it back.
     setOriginalAudioURL(std::nullopt);
     m_audioPlayer.reset();
