@@ -294,3 +294,18 @@ TEST_F(AudioJobs, AnExceptionInTheLoudnessMeterEndsTheMeasurement)
     // The recording itself loaded.
     EXPECT_NE(editor->audioPlayer(), nullptr);
 }
+
+TEST_F(AudioJobs, LoadingAnotherProjectRemovesTheRenderedWav)
+{
+    makeEditor({});
+    editor->loadAudio(tone(QStringLiteral("a.wav"), 1.0));
+    waitForLoadEnd();
+    ASSERT_EQ(renderedWavs().size(), 1);
+    const QString path = sources.filePath(QStringLiteral("pages-only.vnk"));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(encodeProject(ProjectJSON{}));
+    file.close();
+    editor->loadProjectJSON(path);
+    EXPECT_TRUE(renderedWavs().isEmpty());
+}

@@ -26,19 +26,26 @@ namespace JobFixtures {
 // What a test does to the export's steps: holds the render thread at its first frame until
 // released, throws at one step, or slows every decoded block of a load.
 struct Steps {
-    std::string holdAt;
-    std::string throwAt;
-    std::string slowAt;
+    // Step names (string literals) or null; jobs read them from their own threads.
+    std::atomic<const char*> holdAt = nullptr;
+    std::atomic<const char*> throwAt = nullptr;
+    std::atomic<const char*> slowAt = nullptr;
     std::atomic<bool> entered = false;
     std::atomic<bool> released = false;
 
+    static bool is(std::string_view at, const std::atomic<const char*>& step)
+    {
+        const char* name = step.load();
+        return name && at == name;
+    }
+
     void pass(std::string_view at)
     {
-        if (at == throwAt)
+        if (is(at, throwAt))
             throw std::runtime_error("szándékos hiba");
-        if (at == slowAt)
+        if (is(at, slowAt))
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (at == holdAt && !entered.exchange(true)) {
+        if (is(at, holdAt) && !entered.exchange(true)) {
             const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
             while (!released && std::chrono::steady_clock::now() < deadline)
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
