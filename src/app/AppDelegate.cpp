@@ -34,7 +34,11 @@ void AppDelegate::fillAvailableScreen(QWidget* window)
 
 void AppDelegate::applicationWillTerminate()
 {
-    if (m_viewModel)
+    if (m_viewModel) {
         m_viewModel->autoSaveProject();
+        // A running export or load is called off: its temporary files go, the destination
+        // keeps what it had, and quitting waits for it at most two seconds.
+        m_viewModel->cancelBackgroundJobs(VideoEditorViewModel::kJobShutdownWaitMs);
+    }
     emit terminating();
 }

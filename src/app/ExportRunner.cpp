@@ -1,6 +1,7 @@
 #include "app/ExportRunner.h"
 
 #include "app/StderrDialogs.h"
+#include "app/TestHooks.h"
 #include "audio/ClockAudioPlayer.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/DemoProject.h"
@@ -108,6 +109,7 @@ int exportProject(const CommandLineOptions& options)
     EditorEnvironment environment;
     environment.dialogs = &dialogs;
     environment.dataDirectory = scratch.path();
+    environment.faultHook = faultHookFromEnvironment();
     environment.audioPlayerFactory =
             [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
         return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());

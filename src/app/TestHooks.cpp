@@ -14,6 +14,10 @@
 #include <QSaveFile>
 #include <QTimer>
 
+#include <new>
+#include <stdexcept>
+#include <string>
+
 namespace {
 
 // Delivers a drop of one file onto the widget with the given object name, through the same
@@ -36,6 +40,22 @@ void dropFile(MainWindow& window, const QString& widgetName, const QString& path
 }
 
 } // namespace
+
+FaultHook faultHookFromEnvironment()
+{
+    const QString setting = qEnvironmentVariable("VORNIK_TEST_FAULT");
+    if (setting.isEmpty())
+        return {};
+    const bool allocation = setting.endsWith(QStringLiteral(":alloc"));
+    const std::string step = (allocation ? setting.chopped(6) : setting).toStdString();
+    return [step, allocation](std::string_view at) {
+        if (at != step)
+            return;
+        if (allocation)
+            throw std::bad_alloc();
+        throw std::runtime_error("injected fault at " + step);
+    };
+}
 
 void installTestHooks(MainWindow& window)
 {

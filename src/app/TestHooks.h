@@ -7,9 +7,17 @@
 //                         the script can click them without guessing the layout
 //   VORNIK_E2E_DROPS      a file of "objectName path" lines; each new line drops that file
 //                         onto that widget through real drag-enter and drop events
+//   VORNIK_TEST_FAULT     the name of a background job's step ("audioPipeline",
+//                         "decodeBlock", "loudness", "exportFrame", "mux") that throws, to
+//                         follow that job's failure path; "STEP:alloc" throws std::bad_alloc
 // Main thread only.
 #pragma once
+
+#include "support/FaultHook.h"
 
 class MainWindow;
 
 void installTestHooks(MainWindow& window);
+
+// The hook VORNIK_TEST_FAULT asks for; none when it is not set.
+FaultHook faultHookFromEnvironment();

@@ -48,6 +48,7 @@ int runWindow(int argc, char* argv[], const CommandLineOptions& options)
     EditorEnvironment environment;
     environment.dialogs = &dialogs;
     environment.audioPlayerFactory = defaultAudioPlayerFactory();
+    environment.faultHook = faultHookFromEnvironment();
     MainWindow window(environment, &delegate);
     if (!options.projectPath.isEmpty())
         window.contentView().setProjectToOpen(QFileInfo(options.projectPath).absoluteFilePath());

@@ -305,6 +305,10 @@ bool Session::decodeAll(QString* error)
     }
     bool ok = true;
     while (ok) {
+        if (m_receiver.stopRequested()) {
+            *error = QStringLiteral("megszakítva");
+            return false;
+        }
         const int read = av_read_frame(m_format.get(), packet.get());
         if (read == AVERROR_EOF)
             break;
@@ -391,6 +395,11 @@ DecodeStatus decodeWith(QIODevice& device, const QString& nameForMessages, Decod
     QString decodeError;
     bool complete = session.decodeAll(&decodeError);
     status.frames = session.framesDecoded();
+    // Work that was called off is no truncated file: it ends without a result or a log line.
+    if (receiver.stopRequested()) {
+        status.error = decodeError.isEmpty() ? QStringLiteral("megszakítva") : decodeError;
+        return status;
+    }
     // Codec padding makes a compressed stream's announced length differ by a few thousand
     // samples; a bigger shortfall means the data stops before its header says it ends.
     const int64_t announced = session.announcedFrames();

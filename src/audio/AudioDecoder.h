@@ -50,6 +50,9 @@ public:
     virtual std::span<float* const> blockFor(int frameCount) = 0;
     // The decoder wrote `frameCount` frames (at most the room asked for) into that room.
     virtual void commit(int frameCount) = 0;
+    // Asked between packets: true makes decoding stop there (the work was called off or
+    // the receiver failed). The decode then ends as an error.
+    virtual bool stopRequested() const { return false; }
 };
 
 struct DecodeStatus {

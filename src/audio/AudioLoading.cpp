@@ -53,7 +53,9 @@ void VideoEditorViewModel::loadAudio(const QString& url)
     request.volumeBoost = m_volumeBoost;
     request.temporaryDirectory = m_environment.temporaryDirectory;
     request.measureLoudness = true;
-    request.loudnessCancelled = m_loudnessMeasurement.renew();
+    request.job = startAudioJob();
+    request.loudnessJob = m_loudnessJobs.start();
+    request.faultHook = m_environment.faultHook;
 
     AudioPipelineHooks hooks;
     hooks.failureLogPrefix = QStringLiteral("[Audio] Hiba betöltéskor: ");

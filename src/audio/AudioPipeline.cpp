@@ -5,10 +5,12 @@
 #include "audio/Loudness.h"
 #include "audio/LoudnessNormalisation.h"
 #include "audio/ProcessedAudioBuilder.h"
+#include "audio/RenderedAudioFile.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
+#include "support/ExceptionText.h"
 #include "support/Log.h"
 #include "support/ThreadHandover.h"
 #include "support/ValueFormat.h"
@@ -26,27 +28,34 @@ namespace {
 // holds the last reference: it hands its own to the main thread when it is done.
 struct RunState {
     QPointer<VideoEditorViewModel> editor;
+    std::shared_ptr<const JobToken> job;
     bool failed = false;
     double duration = 0.0;
 };
 
 // Queues `step` to the main thread. The application object is the context, not the editor:
 // the editor may be destroyed while this thread runs, and the weak pointer is only read on
-// the main thread. Steps after a failed one do nothing.
+// the main thread. Steps after a failed one do nothing, and so do the steps of a run that a
+// newer request called off.
 // The loudness meter's figures are the exception: they are about the user's file, which
-// decoded fine even when a later step failed.
-enum class AfterFailure { Drop, Run };
+// decoded fine even when a later step failed, and they answer to the meter's own ticket (a
+// reload does not call off the measurement of the recording it re-renders).
+enum class Guard { recording, loudnessMeter };
 
 void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditorViewModel&)> step,
-          AfterFailure afterFailure = AfterFailure::Drop)
+          Guard guard = Guard::recording)
 {
     QCoreApplication* application = QCoreApplication::instance();
     if (!application)
         return; // the program is shutting down: nobody is left to show the results
-    QMetaObject::invokeMethod(application, handedOver([state, step = std::move(step), afterFailure] {
+    QMetaObject::invokeMethod(application, handedOver([state, step = std::move(step), guard] {
                                   VideoEditorViewModel* editor = state->editor.data();
-                                  if (editor && (!state->failed || afterFailure == AfterFailure::Run))
-                                      step(*editor);
+                                  if (!editor)
+                                      return;
+                                  if (guard == Guard::recording &&
+                                      (state->failed || !editor->isCurrentAudioJob(*state->job)))
+                                      return;
+                                  step(*editor);
                               }),
                               Qt::QueuedConnection);
 }
@@ -92,18 +101,34 @@ private:
 };
 
 // Measures the integrated loudness and true peak of the source's samples in the processed
-// buffer and hands them to the editor, unless a newer load has taken over by then.
+// buffer and hands them to the editor, unless a newer load has taken over by then. A
+// failure of the measurement ends it with the meter's failure line and no figures.
 void measureLoudnessAndPost(const std::shared_ptr<RunState>& state, const AudioBuffer& audio, size_t first,
-                            size_t count, float gain, std::shared_ptr<const std::atomic<bool>> cancelled)
+                            size_t count, float gain, std::shared_ptr<const JobToken> meter,
+                            const FaultHook& faultHook)
 {
-    const std::optional<RecordingLoudness> measured =
-            measureRecordingLoudness(audio, first, count, gain, *cancelled);
+    std::optional<RecordingLoudness> measured;
+    try {
+        faultPoint(faultHook, "loudness");
+        measured = measureRecordingLoudness(audio, first, count, gain, meter->cancelledFlag());
+    } catch (...) {
+        post(
+                state,
+                [meter, reason = describeException(std::current_exception())](VideoEditorViewModel& target) {
+                    if (meter->isCancelled())
+                        return;
+                    target.setIsMeasuringLoudness(false);
+                    logLine(QStringLiteral("[Audio] Hangosság mérés hiba: ") + reason);
+                },
+                Guard::loudnessMeter);
+        return;
+    }
     if (!measured)
         return;
     post(
             state,
-            [measured = *measured, cancelled = std::move(cancelled)](VideoEditorViewModel& target) {
-                if (cancelled->load())
+            [measured = *measured, meter = std::move(meter)](VideoEditorViewModel& target) {
+                if (meter->isCancelled())
                     return;
                 target.setIntegratedLoudnessLUFS(measured.integratedLUFS);
                 target.setTruePeakDBTP(measured.truePeakDBTP);
@@ -115,19 +140,17 @@ void measureLoudnessAndPost(const std::shared_ptr<RunState>& state, const AudioB
                             QStringLiteral(" dBTP"));
                 }
             },
-            AfterFailure::Run);
+            Guard::loudnessMeter);
 }
 
 void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelineRequest& request,
                       const AudioPipelineHooks& hooks, ProcessedAudioRequest render,
-                      ProcessedAudioResult built);
+                      ProcessedAudioResult built, const std::shared_ptr<RenderedAudioFile>& wav);
 
 // The steps on the background thread.
-void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineRequest& request,
-                      const AudioPipelineHooks& hooks)
+void runSteps(const std::shared_ptr<RunState>& state, const AudioPipelineRequest& request,
+              const AudioPipelineHooks& hooks)
 {
-    const HandBack handBack(state);
-
     // One decode feeds everything: loudness, processed buffer, WAV file and frame slices.
     ProcessedAudioRequest render;
     render.startSilence = request.startSilence;
@@ -137,9 +160,17 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
     // The slice length is fixed by the frame store's 44.1 kHz convention, whatever the
     // recording's own rate.
     render.samplesPerFrame = samplesPerFrame(44100.0, VideoEditorViewModel::FPS);
+    render.cancelled = &request.job->cancelledFlag();
+    render.faultHook = request.faultHook;
+    // The WAV goes from the disk when the last of its users lets go: this run, unless it
+    // hands it to the editor.
+    const auto wav = std::make_shared<RenderedAudioFile>(render.wavPath);
     ProcessedAudioResult built = ProcessedAudioBuilder(render).build(request.sourcePath);
+    if (request.job->isCancelled())
+        return;
+    faultPoint(request.faultHook, "audioPipeline");
 
-    const bool measureMeter = request.measureLoudness && built.decode.ok && request.loudnessCancelled;
+    const bool measureMeter = request.measureLoudness && built.decode.ok && request.loudnessJob;
     if (request.measureLoudness) {
         std::optional<double> loudness;
         if (built.decode.ok)
@@ -165,16 +196,29 @@ void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineReques
     const size_t sourceOffset = built.sourceOffset;
     const auto sourceFrames = size_t(std::max<int64_t>(built.sourceFrames, 0));
     const float gain = render.gain;
-    publishRecording(state, request, hooks, std::move(render), std::move(built));
-    if (measureMeter && processed)
-        measureLoudnessAndPost(state, *processed, sourceOffset, sourceFrames, gain,
-                               request.loudnessCancelled);
+    publishRecording(state, request, hooks, std::move(render), std::move(built), wav);
+    if (measureMeter && processed && !request.job->isCancelled())
+        measureLoudnessAndPost(state, *processed, sourceOffset, sourceFrames, gain, request.loudnessJob,
+                               request.faultHook);
+}
+
+void runAudioPipeline(std::shared_ptr<RunState> state, const AudioPipelineRequest& request,
+                      const AudioPipelineHooks& hooks)
+{
+    const HandBack handBack(state);
+    // An exception or allocation failure anywhere in the work ends like any other failed
+    // load: the failure line, the loading state over, audioLoadFinished(false).
+    try {
+        runSteps(state, request, hooks);
+    } catch (...) {
+        postFailure(state, hooks.failureLogPrefix, describeException(std::current_exception()));
+    }
 }
 
 // Everything after the loudness: the silence log, the player, the waveform, the frames.
 void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelineRequest& request,
                       const AudioPipelineHooks& hooks, ProcessedAudioRequest render,
-                      ProcessedAudioResult built)
+                      ProcessedAudioResult built, const std::shared_ptr<RenderedAudioFile>& wav)
 {
     const AudioLogSink log = [state](const QString& line) { postLog(state, line); };
     log(QStringLiteral("[Audio] Csend hozzáadása: ") + formatDouble(request.startSilence) +
@@ -204,7 +248,7 @@ void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelin
 
     // The player is made on the main thread, where it lives.
     const std::shared_ptr<const AudioBuffer> audio = std::move(built.audio);
-    post(state, [state, audio, path = render.wavPath, request, hooks](VideoEditorViewModel& target) {
+    post(state, [state, audio, wav, request, hooks](VideoEditorViewModel& target) {
         const AudioPlayerFactory& factory = target.environment().audioPlayerFactory;
         std::unique_ptr<AudioPlayer> player = factory ? factory(audio) : nullptr;
         if (!player) {
@@ -217,13 +261,16 @@ void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelin
         state->duration = player->duration();
         target.setAudioPlayer(std::move(player));
         target.setDuration(state->duration);
-        target.setAudioURL(path);
+        target.setAudioURL(wav->path());
+        target.adoptRenderedAudio(wav);
         target.setLoadingProgress(0.2);
         logLine(QStringLiteral("[Audio] Teljes időtartam csendekkel: ") + formatDouble(state->duration) +
                 QStringLiteral("s (eredeti + ") + formatDouble(request.startSilence) +
                 QStringLiteral("s + ") + formatDouble(request.endSilence) + QStringLiteral("s)"));
     });
 
+    if (request.job->isCancelled())
+        return;
     const std::span<const float> channel0 = audio->channels.front();
     std::vector<float> bars = waveformBars(channel0);
     post(state, [bars = std::move(bars)](VideoEditorViewModel& target) mutable {
@@ -256,6 +303,7 @@ void startAudioPipeline(VideoEditorViewModel& editor, AudioPipelineRequest reque
 {
     auto state = std::make_shared<RunState>();
     state->editor = &editor;
+    state->job = request.job;
     // Fire and forget: the results arrive as queued calls.
     runInBackground(
             [state = std::move(state), request = std::move(request), hooks = std::move(hooks)]() mutable {

@@ -5,6 +5,9 @@
 // it; they differ in the loudness step, the failure text and what happens at the end.
 #pragma once
 
+#include "support/FaultHook.h"
+#include "support/JobToken.h"
+
 #include <QString>
 
 #include <atomic>
@@ -23,10 +26,18 @@ struct AudioPipelineRequest {
     QString temporaryDirectory;
     // Loading measures the loudness of the original file; reloading keeps the old figure.
     bool measureLoudness = true;
+    // The request's ticket (from the editor's startAudioJob()). Once it is called off, the
+    // work stops at its next step (the decoder checks it between packets), its temporary WAV
+    // is removed, and none of its steps reaches the editor.
+    std::shared_ptr<const JobToken> job;
     // The integrated loudness and true peak are measured last, after the recording is ready
-    // (they take several times longer than the decode); set when this flag is, the
-    // measurement stops and its figures are dropped.
-    std::shared_ptr<const std::atomic<bool>> loudnessCancelled;
+    // (they take several times longer than the decode); once this ticket is called off the
+    // measurement stops and its figures are dropped. A reload may leave the measurement of
+    // the load before it running.
+    std::shared_ptr<const JobToken> loudnessJob;
+    // Test hook: called at the steps "audioPipeline" (after the decode), "decodeBlock" (on
+    // the builder's worker thread) and "loudness".
+    FaultHook faultHook;
 };
 
 struct AudioPipelineHooks {
@@ -37,8 +48,9 @@ struct AudioPipelineHooks {
     std::function<void(VideoEditorViewModel& editor, double duration)> finished;
 };
 
-// Every run ends with the editor's audioLoadFinished() on the main thread: true after
-// `finished`, false after the failure line.
+// Every run that is not called off ends with the editor's audioLoadFinished() on the main
+// thread: true after `finished`, false after the failure line. An exception or allocation
+// failure in the work ends in the failure line too.
 
 // Starts the work on the global thread pool and returns at once. The editor is held weakly:
 // if it is gone when a step arrives, the step is dropped. Called on the main thread.

@@ -89,6 +89,9 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
                 QStringLiteral(" hozzárendelés mentve"));
     }
 
+    // A load still running is called off by this reload; its loudness meter would never
+    // start, so this reload measures in its place.
+    const bool measureLoudness = m_isLoadingAudio;
     pause();
     setCurrentTime(0.0);
     setIsLoadingAudio(true);
@@ -100,7 +103,11 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
     request.endSilence = m_endSilenceDuration;
     request.volumeBoost = m_volumeBoost;
     request.temporaryDirectory = m_environment.temporaryDirectory;
-    request.measureLoudness = false;
+    request.measureLoudness = measureLoudness;
+    request.job = startAudioJob();
+    if (measureLoudness)
+        request.loudnessJob = m_loudnessJobs.start();
+    request.faultHook = m_environment.faultHook;
 
     AudioPipelineHooks hooks;
     hooks.failureLogPrefix = QStringLiteral("[Audio] Hiba újratöltéskor: ");

@@ -126,6 +126,12 @@ void ProcessedAudioBuilder::pushChunk()
     m_chunkFrames = 0;
 }
 
+bool ProcessedAudioBuilder::stopRequested() const
+{
+    return m_workerFailed.load(std::memory_order_relaxed) ||
+           (m_request.cancelled && m_request.cancelled->load(std::memory_order_relaxed));
+}
+
 void ProcessedAudioBuilder::work()
 {
     while (true) {
@@ -139,7 +145,18 @@ void ProcessedAudioBuilder::work()
             m_queue.pop_front();
         }
         m_changed.notify_all();
-        consume(next.first, next.second);
+        if (!m_workerFailed.load(std::memory_order_relaxed)) {
+            // A thread must never end in an exception: the failure is kept for build(), and
+            // the remaining chunks are only drained so that the decoder does not wait.
+            try {
+                faultPoint(m_request.faultHook, "decodeBlock");
+                consume(next.first, next.second);
+            } catch (...) {
+                std::lock_guard lock(m_mutex);
+                m_workerError = std::current_exception();
+                m_workerFailed.store(true, std::memory_order_relaxed);
+            }
+        }
         std::lock_guard lock(m_mutex);
         if (m_spare.size() < kMaxQueued)
             m_spare.push_back(std::move(next.first));
@@ -189,6 +206,19 @@ ProcessedAudioResult ProcessedAudioBuilder::build(const QString& sourcePath)
         }
         m_changed.notify_all();
         m_worker.join();
+    }
+    const bool cancelled = m_request.cancelled && m_request.cancelled->load(std::memory_order_relaxed);
+    if (m_workerError || cancelled) {
+        if (m_ownedWriter) {
+            m_ownedWriter->close(nullptr);
+            QFile::remove(m_request.wavPath);
+        }
+        m_result.audio.reset();
+        if (m_workerError)
+            std::rethrow_exception(m_workerError);
+        m_result.decode.ok = false;
+        m_result.decode.error = QStringLiteral("megszakítva");
+        return std::move(m_result);
     }
     if (!m_result.decode.ok) {
         // Nothing to play: the started file is not left in the temporary folder.

@@ -12,11 +12,14 @@
 #include "audio/AudioDecoder.h"
 #include "audio/FloatWavWriter.h"
 #include "audio/FrameSlicing.h"
+#include "support/FaultHook.h"
 
 #include <QString>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,6 +32,10 @@ struct ProcessedAudioRequest {
     float gain = 1.0f;
     QString wavPath;         // the temporary WAV to write
     int samplesPerFrame = 0; // of the frame slices
+    // When set and true, decoding stops at its next packet and build() reports it.
+    const std::atomic<bool>* cancelled = nullptr;
+    // Called with "decodeBlock" for every block the worker thread takes (tests).
+    FaultHook faultHook;
 };
 
 struct ProcessedAudioResult {
@@ -50,7 +57,8 @@ public:
     ProcessedAudioBuilder& operator=(const ProcessedAudioBuilder&) = delete;
 
     // Decodes `sourcePath` and builds everything; blocks until done. When nothing could be
-    // decoded, no WAV file is left behind.
+    // decoded, no WAV file is left behind. An exception on the worker thread (an allocation
+    // failure while the buffer grows) stops the decode and is rethrown here.
     ProcessedAudioResult build(const QString& sourcePath);
 
 private:
@@ -59,6 +67,7 @@ private:
     void begin(int sampleRate, int channelCount, int64_t expectedFrames) override;
     std::span<float* const> blockFor(int frameCount) override;
     void commit(int frameCount) override;
+    bool stopRequested() const override;
 
     void pushChunk();
     void work();
@@ -80,6 +89,9 @@ private:
     std::deque<std::pair<Chunk, size_t>> m_queue;
     std::vector<Chunk> m_spare;
     bool m_finished = false;
+    // Set by the worker when an exception ended its work; the decoder then stops.
+    std::exception_ptr m_workerError;
+    std::atomic<bool> m_workerFailed = false;
     std::thread m_worker;
 
     // Worker side.

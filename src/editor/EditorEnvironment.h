@@ -3,6 +3,7 @@
 #pragma once
 
 #include "audio/AudioPlayer.h"
+#include "support/FaultHook.h"
 
 #include <QString>
 
@@ -18,4 +19,6 @@ struct EditorEnvironment {
     // The program's per-user data folder holding the autosave; empty means the
     // platform's per-user data location + "/Vornik".
     QString dataDirectory;
+    // Handed to every background job it starts; tests make jobs fail through it.
+    FaultHook faultHook;
 };

@@ -1,6 +1,10 @@
 #include "editor/VideoEditorViewModel.h"
 #include "images/PageListRules.h"
 
+#include "audio/RenderedAudioFile.h"
+
+#include <QThreadPool>
+
 namespace {
 
 // The page colours of the waveform, indexed by page index modulo 16: light, well-separated
@@ -31,7 +35,35 @@ VideoEditorViewModel::VideoEditorViewModel(EditorEnvironment environment, QObjec
             &VideoEditorViewModel::handleRecordingLoadFinished);
 }
 
-VideoEditorViewModel::~VideoEditorViewModel() = default;
+VideoEditorViewModel::~VideoEditorViewModel()
+{
+    // Jobs still running would only do work nobody sees; they stop at their next step.
+    cancelBackgroundJobs(kJobShutdownWaitMs);
+}
+
+void VideoEditorViewModel::cancelAudioJobs()
+{
+    m_audioJobs.cancelAll();
+    m_loudnessJobs.cancelAll();
+    if (m_isLoadingAudio)
+        setIsLoadingAudio(false);
+    if (m_isMeasuringLoudness)
+        setIsMeasuringLoudness(false);
+}
+
+void VideoEditorViewModel::adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file)
+{
+    m_renderedAudio = std::move(file);
+}
+
+void VideoEditorViewModel::cancelBackgroundJobs(int waitMs)
+{
+    m_audioJobs.cancelAll();
+    m_loudnessJobs.cancelAll();
+    m_exportJobs.cancelAll();
+    // Every job runs on the global pool (the threads a job starts are joined inside it).
+    QThreadPool::globalInstance()->waitForDone(waitMs);
+}
 
 // Every published setter assigns, then tells the observers of that property and the
 // observers of the whole object. Observers are told on every assignment, also when the

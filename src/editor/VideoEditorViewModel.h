@@ -16,7 +16,7 @@
 #include "editor/Placement.h"
 #include "editor/VideoFormat.h"
 #include "render/TransitionInfo.h"
-#include "support/CancellationSource.h"
+#include "support/JobToken.h"
 
 #include <QColor>
 #include <QObject>
@@ -34,6 +34,7 @@
 
 class Dialogs;
 struct ProjectJSON;
+class RenderedAudioFile;
 
 class VideoEditorViewModel : public QObject {
     Q_OBJECT
@@ -43,6 +44,8 @@ public:
     // The export's own rate is exportFPS.
     static constexpr int FPS = 30;
     static constexpr int kPageColorCount = 16;
+    // How long closing waits for called-off background jobs to end.
+    static constexpr int kJobShutdownWaitMs = 2000;
 
     explicit VideoEditorViewModel(EditorEnvironment environment, QObject* parent = nullptr);
     ~VideoEditorViewModel() override;
@@ -198,6 +201,24 @@ public:
     void generateWaveform(const QString& url);
     // The frame under a waveform bar: (bar / totalBars) x duration x FPS, truncated.
     int64_t frameIndexForWaveformBar(int bar, int totalBars) const;
+
+    // ---- Background jobs ----
+    // A token for a new load or reload; every older audio job is called off.
+    std::shared_ptr<JobToken> startAudioJob() { return m_audioJobs.start(); }
+    // True while the job is the latest audio request (checked on the main thread by every
+    // step a job hands back, so a called-off job never reaches the editor).
+    bool isCurrentAudioJob(const JobToken& token) const { return m_audioJobs.isCurrent(token); }
+    // Calls off the running load or reload and the loudness measurement (New project, a
+    // project load): their results are dropped, the loading state ends now.
+    void cancelAudioJobs();
+    // Makes `file` the current rendered recording; the one it replaces is removed from the
+    // disk once no export uses it any more.
+    void adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file);
+    // The current rendered recording, shared with whoever must keep it on the disk.
+    std::shared_ptr<RenderedAudioFile> renderedAudio() const { return m_renderedAudio; }
+    // Calls off every job (audio and export) and waits at most `waitMs` for them to end.
+    // The window calls it when it closes; the editor's destructor does too.
+    void cancelBackgroundJobs(int waitMs);
 
     // ---- Playback and recording ----
     // Time to frame: floor(seconds x FPS), forgiving a millionth of a frame so that a frame's
@@ -398,8 +419,15 @@ private:
     std::optional<double> m_integratedLoudnessLUFS;
     std::optional<double> m_truePeakDBTP;
     bool m_isMeasuringLoudness = false;
-    // Stops the measurement of an earlier recording when another is loaded or the editor goes.
-    CancellationSource m_loudnessMeasurement;
+    // The load and reload of the recording: a newer request calls off the older.
+    JobGenerations m_audioJobs;
+    // The loudness meter of a loaded recording: called off by the next load, New project, a
+    // project load, or when the editor goes (a reload keeps it).
+    JobGenerations m_loudnessJobs;
+    // Running exports, each with its own token (a new export leaves the others running).
+    JobGenerations m_exportJobs;
+    // The temporary WAV that audioURL names, removed when nothing uses it any more.
+    std::shared_ptr<RenderedAudioFile> m_renderedAudio;
 
     // ---- Playback and recording (private) ----
 

@@ -50,7 +50,7 @@ public:
     Session& operator=(const Session&) = delete;
 
     bool open(const QString& path, double maxDuration, QString* error);
-    bool run(QString* error);
+    bool run(QString* error, const std::atomic<bool>* cancelled);
     std::shared_ptr<EncodedAudio> take() { return std::move(m_result); }
 
 private:
@@ -324,9 +324,13 @@ bool Session::decodeAvailable(QString* error)
     }
 }
 
-bool Session::run(QString* error)
+bool Session::run(QString* error, const std::atomic<bool>* cancelled)
 {
     while (m_samplesIn < m_maxSamples) {
+        if (cancelled && cancelled->load(std::memory_order_relaxed)) {
+            *error = QStringLiteral("megszakítva");
+            return false;
+        }
         const int read = av_read_frame(m_input.get(), m_packet.get());
         if (read == AVERROR_EOF)
             break;
@@ -449,11 +453,12 @@ bool isSameSource(const EncodedAudio& audio, const QString& path)
            info.lastModified() == audio.sourceModified;
 }
 
-std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error)
+std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error,
+                                              const std::atomic<bool>* cancelled)
 {
     Session session;
     QString reason;
-    if (!session.open(path, maxDuration, &reason) || !session.run(&reason)) {
+    if (!session.open(path, maxDuration, &reason) || !session.run(&reason, cancelled)) {
         if (error)
             *error = reason;
         return nullptr;

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QTemporaryFile>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -65,5 +66,7 @@ private:
 bool isSameSource(const EncodedAudio& audio, const QString& path);
 
 // Encodes the first audio stream of `path`, keeping at most `maxDuration` seconds from its
-// start. Null (with `error`) when the file cannot be read or encoded.
-std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error);
+// start. Null (with `error`) when the file cannot be read or encoded, or when `cancelled`
+// turns true (it is read between packets).
+std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error,
+                                              const std::atomic<bool>* cancelled = nullptr);

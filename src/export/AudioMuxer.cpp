@@ -2,6 +2,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "export/FfmpegHandles.h"
+#include "support/ExceptionText.h"
 #include "support/Log.h"
 
 #include <QDir>
@@ -17,9 +18,14 @@ struct OpenedVideo {
     int streamIndex = -1;
 };
 
-std::optional<OpenedVideo> openVideo(const QString& path)
+std::optional<OpenedVideo> openVideo(const QString& path, const JobToken* ticket = nullptr)
 {
-    AVFormatContext* input = nullptr;
+    AVFormatContext* input = avformat_alloc_context();
+    if (!input)
+        return std::nullopt;
+    // A called-off mux must not sit in a blocking read.
+    if (ticket)
+        input->interrupt_callback = {&JobToken::interruptCallback, const_cast<JobToken*>(ticket)};
     const QByteArray pathBytes = QFile::encodeName(path);
     if (avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr) < 0)
         return std::nullopt;
@@ -58,7 +64,8 @@ bool hasAudioStream(const QString& path)
 // The encoded audio to use: the prepared one when it was made from this very file and cut
 // to this video's length, else a fresh encoding.
 std::shared_ptr<const EncodedAudio> audioFor(const QString& audioPath, double videoDuration,
-                                             std::optional<PreparedAudio> prepared, QString* error)
+                                             std::optional<PreparedAudio> prepared, QString* error,
+                                             const JobToken* ticket)
 {
     if (prepared) {
         std::shared_ptr<const EncodedAudio> audio = prepared->result();
@@ -67,7 +74,7 @@ std::shared_ptr<const EncodedAudio> audioFor(const QString& audioPath, double vi
                     std::llround(videoDuration * audio->sampleRate))
             return audio;
     }
-    return encodeAac(audioPath, videoDuration, error);
+    return encodeAac(audioPath, videoDuration, error, ticket ? &ticket->cancelledFlag() : nullptr);
 }
 
 bool writePacket(AVFormatContext* output, AVPacket* packet, AVRational from, const AVStream* to,
@@ -95,10 +102,10 @@ std::optional<double> videoStreamDuration(const QString& videoPath)
 }
 
 bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
-                    QString* error)
+                    QString* error, const JobToken* ticket)
 {
     error->clear();
-    std::optional<OpenedVideo> video = openVideo(videoPath);
+    std::optional<OpenedVideo> video = openVideo(videoPath, ticket);
     if (!video) {
         *error = QStringLiteral("A videó nem olvasható");
         return false;
@@ -127,7 +134,10 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     const AVRational audioTimeBase{1, audio.sampleRate};
     audioOut->time_base = audioTimeBase;
 
-    if ((result = avio_open(&rawOutput->pb, outputBytes.constData(), AVIO_FLAG_WRITE)) < 0) {
+    if (ticket)
+        rawOutput->interrupt_callback = {&JobToken::interruptCallback, const_cast<JobToken*>(ticket)};
+    if ((result = avio_open2(&rawOutput->pb, outputBytes.constData(), AVIO_FLAG_WRITE,
+                             &rawOutput->interrupt_callback, nullptr)) < 0) {
         *error = QStringLiteral("A fájl nem hozható létre: %1").arg(ffmpegErrorText(result));
         return false;
     }
@@ -166,6 +176,10 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     if (!error->isEmpty())
         return false;
     while (videoState >= 0 || audioPending) {
+        if (ticket && ticket->isCancelled()) {
+            *error = QStringLiteral("megszakítva");
+            return false;
+        }
         bool takeVideo = videoState >= 0;
         if (takeVideo && audioPending) {
             const int64_t videoTime =
@@ -200,7 +214,8 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
 }
 
 void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
-                       std::function<void(bool)> completion, std::optional<PreparedAudio> prepared)
+                       std::function<void(bool)> completion, std::optional<PreparedAudio> prepared,
+                       std::shared_ptr<const JobToken> ticket, FaultHook faultHook)
 {
     const std::optional<OpenedVideo> video = openVideo(videoPath);
     if (!video) {
@@ -232,11 +247,20 @@ void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
     logLine(QStringLiteral("[Audio] Export session start..."));
     // Detached work item: its completion is the only result.
     runInBackground([videoPath, audioPath, temporaryPath, duration, prepared = std::move(prepared),
-                     completion = std::move(completion)]() mutable {
+                     completion = std::move(completion), ticket = std::move(ticket),
+                     faultHook = std::move(faultHook)]() mutable {
         QString error;
-        const std::shared_ptr<const EncodedAudio> audio =
-                audioFor(audioPath, duration, std::move(prepared), &error);
-        if (!audio || !writeMuxedFile(videoPath, *audio, temporaryPath, &error)) {
+        std::shared_ptr<const EncodedAudio> audio;
+        bool written = false;
+        // An exception or allocation failure ends like any failed mux, with its line.
+        try {
+            faultPoint(faultHook, "mux");
+            audio = audioFor(audioPath, duration, std::move(prepared), &error, ticket.get());
+            written = audio && writeMuxedFile(videoPath, *audio, temporaryPath, &error, ticket.get());
+        } catch (...) {
+            error = describeException(std::current_exception());
+        }
+        if (!written) {
             // Nothing half-written is left beside the silent video, which stays as it is.
             QFile::remove(temporaryPath);
             logLine(QStringLiteral("[Audio] Export hiba: %1")

@@ -5,6 +5,8 @@
 #pragma once
 
 #include "export/AacEncoder.h"
+#include "support/FaultHook.h"
+#include "support/JobToken.h"
 #include "support/ThreadHandover.h"
 
 #include <QString>
@@ -25,11 +27,16 @@ std::optional<double> videoStreamDuration(const QString& videoPath);
 // Muxes `audioPath` into `videoPath`; `completion` is called exactly once, with true on
 // success. `prepared`, when given, is an encoding of the same audio started earlier (during
 // the video export); it is used when it still matches the file and the video's length,
-// else the audio is encoded again.
+// else the audio is encoded again. Once `ticket` is called off, the work stops at its next
+// packet (FFmpeg's reads and writes are interrupted too), nothing half-written stays and
+// the completion gets false. An exception in the work ends in its failure line and false.
+// `faultHook` is called with "mux" before the work starts (tests).
 void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
                        std::function<void(bool)> completion,
-                       std::optional<PreparedAudio> prepared = std::nullopt);
+                       std::optional<PreparedAudio> prepared = std::nullopt,
+                       std::shared_ptr<const JobToken> ticket = nullptr, FaultHook faultHook = {});
 
-// Writes `video`'s video stream and `audio` into a new QuickTime file at `outputPath`.
+// Writes `video`'s video stream and `audio` into a new QuickTime file at `outputPath`;
+// stops (false) when `ticket` is called off.
 bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
-                    QString* error);
+                    QString* error, const JobToken* ticket = nullptr);

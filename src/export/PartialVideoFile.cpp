@@ -1,9 +1,11 @@
 #include "export/PartialVideoFile.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 
 #include <cerrno>
 #include <cstdio>
@@ -25,6 +27,24 @@ QString nameStem(const QString& destination)
     if (!stem.isEmpty() && stem.back().isHighSurrogate())
         stem.chop(1);
     return stem.isEmpty() ? QStringLiteral("video") : stem;
+}
+
+// A temporary file an export still writes is at most hours old; one untouched for a day
+// was left by an export that was killed.
+constexpr qint64 kStaleAfterSeconds = 24 * 60 * 60;
+
+// Removes the temporary files of earlier exports in `folder` that nothing has written to
+// for a day. Only names of the exact form this file makes are touched.
+void removeStalePartialFiles(const QDir& folder)
+{
+    static const QRegularExpression ownName(QStringLiteral("^\\..+\\.[0-9a-f]{16}\\.mov\\.part$"));
+    const QDateTime staleBefore = QDateTime::currentDateTimeUtc().addSecs(-kStaleAfterSeconds);
+    const QFileInfoList candidates = folder.entryInfoList({QStringLiteral(".*.mov.part")},
+                                                          QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    for (const QFileInfo& candidate : candidates) {
+        if (ownName.match(candidate.fileName()).hasMatch() && candidate.lastModified().toUTC() < staleBefore)
+            QFile::remove(candidate.absoluteFilePath());
+    }
 }
 
 QString createError(const QString& destination, int code)
@@ -53,6 +73,7 @@ std::unique_ptr<PartialVideoFile> PartialVideoFile::create(const QString& destin
         return nullptr;
     }
     const QDir folder = target.absoluteDir();
+    removeStalePartialFiles(folder);
     const QString stem = nameStem(destination);
     int code = 0;
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {

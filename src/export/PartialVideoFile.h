@@ -12,7 +12,9 @@
 class PartialVideoFile {
 public:
     // Creates the empty temporary file beside `destination`. None (with `error`) when the
-    // folder cannot take a new file or the destination is a folder itself.
+    // folder cannot take a new file or the destination is a folder itself. Temporary files
+    // of earlier exports in that folder that were left by a killed program (older than a
+    // day) are removed first.
     static std::unique_ptr<PartialVideoFile> create(const QString& destination, QString* error);
 
     ~PartialVideoFile();

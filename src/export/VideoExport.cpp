@@ -2,9 +2,11 @@
 
 #include "export/BoundedQueue.h"
 #include "export/PictureConverter.h"
+#include "support/ExceptionText.h"
 #include "support/Log.h"
 
 #include <atomic>
+#include <exception>
 #include <thread>
 
 namespace {
@@ -16,7 +18,12 @@ struct QueuedPicture {
     bool skipped = false; // not made because the writer has already failed
 };
 
-// Renders and converts frames 0...n-1 in order into `queue`.
+bool isCalledOff(const VideoExportJob& job)
+{
+    return job.ticket && job.ticket->isCancelled();
+}
+
+// Renders and converts frames 0...n-1 in order into `queue`; stops when the queue closes.
 void producePictures(const VideoExportJob& job, BoundedQueue<QueuedPicture>& queue,
                      const std::atomic<bool>& writerFailed, std::atomic<int64_t>& rendered,
                      std::atomic<int64_t>& reused)
@@ -28,6 +35,7 @@ void producePictures(const VideoExportJob& job, BoundedQueue<QueuedPicture>& que
     const int64_t count = renderer.frameCount();
     for (int64_t i = 0; i < count; ++i) {
         QueuedPicture item;
+        faultPoint(job.faultHook, "exportFrame");
         if (writerFailed.load(std::memory_order_relaxed)) {
             item.skipped = true;
         } else if (previous && renderer.samePictureAsPrevious(i)) {
@@ -39,7 +47,8 @@ void producePictures(const VideoExportJob& job, BoundedQueue<QueuedPicture>& que
             rendered.fetch_add(1, std::memory_order_relaxed);
             previous = item.picture;
         }
-        queue.push(std::move(item));
+        if (!queue.push(std::move(item)))
+            return;
     }
 }
 
@@ -96,9 +105,24 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     std::atomic<bool> writerFailed = false;
     std::atomic<int64_t> rendered = 0;
     std::atomic<int64_t> reused = 0;
-    std::thread producer([&] { producePictures(job, queue, writerFailed, rendered, reused); });
+    // The render thread never ends in an exception: it keeps it for this thread and closes
+    // the queue, which ends the frame loop.
+    std::exception_ptr renderError;
+    std::thread producer([&] {
+        try {
+            producePictures(job, queue, writerFailed, rendered, reused);
+        } catch (...) {
+            renderError = std::current_exception();
+        }
+        queue.close();
+    });
     for (int64_t i = 0; i < frameCount;) {
-        QueuedPicture item = queue.pop();
+        if (isCalledOff(job))
+            break;
+        std::optional<QueuedPicture> next = queue.pop();
+        if (!next)
+            break;
+        QueuedPicture& item = *next;
         if (!item.skipped && !item.picture) {
             logLine(QStringLiteral("[Export] ERROR: Failed to create pixel buffer for frame %1").arg(i));
             ++i;
@@ -121,9 +145,23 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
                             .arg(static_cast<int64_t>(share * 100.0)));
         }
     }
+    queue.close();
     producer.join();
     result.picturesRendered = rendered.load();
     result.picturesReused = reused.load();
+    if (renderError || isCalledOff(job)) {
+        // Nothing of a failed or called-off export stays: the temporary file goes (the
+        // writer, destroyed first, closes it), the destination keeps what it had.
+        result.cancelled = !renderError;
+        if (renderError) {
+            result.threw = true;
+            result.exceptionLog = describeException(renderError);
+            result.exceptionText = result.exceptionLog;
+        }
+        if (partial)
+            partial->discard();
+        return result;
+    }
 
     logLine(QStringLiteral("[Export] Frame írás kész!"));
     logLine(QStringLiteral("[Export] Writer finishWriting..."));

@@ -8,6 +8,8 @@
 #include "export/PartialVideoFile.h"
 #include "export/VideoWriter.h"
 #include "render/FrameSnapshot.h"
+#include "support/FaultHook.h"
+#include "support/JobToken.h"
 
 #include <QString>
 
@@ -25,6 +27,11 @@ struct VideoExportJob {
     double transitionDuration = 0.5;
     // The benchmark's reference path encodes every frame; the export encodes only changes.
     VideoEncoding encoding = VideoEncoding::changesOnly;
+    // Called off (the window closes): the export stops at its next frame, removes its
+    // temporary file and reports `cancelled`.
+    std::shared_ptr<const JobToken> ticket;
+    // Test hook: "exportFrame" before each frame is rendered (on the render thread).
+    FaultHook faultHook;
 };
 
 struct VideoExportResult {
@@ -35,6 +42,7 @@ struct VideoExportResult {
     QString exceptionText; // for the alert
     int64_t picturesRendered = 0;
     int64_t picturesReused = 0;
+    bool cancelled = false; // the ticket was called off; nothing was written
     // The finished video under its temporary name, for the caller to mux and put in place;
     // null unless the status is completed (a failed file is already removed).
     std::shared_ptr<PartialVideoFile> video;
@@ -43,7 +51,8 @@ struct VideoExportResult {
 // Writes the job's frames with the log lines of the export; `progress(written, total)` is
 // called after every 100th frame and after the last one, on the calling thread, right
 // before its log line. `finishing()` is called when the frames are all written and the
-// file is being closed.
+// file is being closed. An exception on the render thread ends the export as a failure to
+// create the writer would (`threw`, with its text); the render thread itself never throws.
 VideoExportResult runVideoExport(const VideoExportJob& job,
                                  const std::function<void(int64_t, int64_t)>& progress,
                                  const std::function<void()>& finishing);

@@ -1,9 +1,11 @@
 // The editor's export commands: the save chooser, the snapshot taken when an export starts,
 // the background work item, and the progress, mux and final alert back on the main thread.
+#include "audio/RenderedAudioFile.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/AudioMuxer.h"
 #include "export/VideoExport.h"
 #include "support/Dialogs.h"
+#include "support/ExceptionText.h"
 #include "support/Log.h"
 #include "support/ThreadHandover.h"
 
@@ -61,43 +63,67 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     job->height = static_cast<int>(size.height());
     job->exportFPS = m_exportFPS;
     job->transitionDuration = m_transitionDuration;
+    // Each export has its own ticket: a newer one leaves it running; closing calls it off.
+    const std::shared_ptr<JobToken> ticket = m_exportJobs.start(false);
+    job->ticket = ticket;
+    job->faultHook = m_environment.faultHook;
+    // The recording is the one loaded now: a load, reload or New project while the export
+    // runs changes the editor, not this export. Its temporary WAV stays on the disk until
+    // the export has ended.
+    const std::optional<QString> audioPath = m_audioURL;
+    const std::shared_ptr<RenderedAudioFile> recording = m_renderedAudio;
+    const FaultHook faultHook = m_environment.faultHook;
 
     // The recording is encoded while the video is, cut to the length the video will have;
     // the mux then only copies. It is used only if the file is still the same by then.
     std::optional<PreparedAudio> prepared;
-    if (m_audioURL && m_exportFPS > 0) {
+    if (audioPath && m_exportFPS > 0) {
         const double videoDuration = static_cast<double>(job->frames.size()) / m_exportFPS;
-        prepared = computeInBackground(
-                [path = *m_audioURL, videoDuration]() { return encodeAac(path, videoDuration, nullptr); });
+        prepared = computeInBackground([path = *audioPath, videoDuration, ticket, recording]() {
+            return encodeAac(path, videoDuration, nullptr, &ticket->cancelledFlag());
+        });
     }
 
     QPointer<VideoEditorViewModel> editor(this);
-    runInBackground([job, editor, prepared]() {
-        const VideoExportResult result = runVideoExport(
-                *job,
-                [editor](int64_t written, int64_t total) {
-                    const double share = static_cast<double>(written) / static_cast<double>(total);
-                    // The frames fill the first 80 % of the bar; the text shows their true share.
-                    postToMain([editor, share, text = progressText(written, total)] {
-                        if (!editor)
-                            return;
-                        editor->setSavingProgress(share * 0.8);
-                        editor->setSavingProgressText(text);
+    runInBackground([job, editor, prepared, ticket, audioPath, recording, faultHook]() {
+        // Nothing of a called-off export reaches the editor: no progress, no alert.
+        const auto live = [editor, ticket] { return editor && !ticket->isCancelled(); };
+        VideoExportResult result;
+        try {
+            result = runVideoExport(
+                    *job,
+                    [live, editor](int64_t written, int64_t total) {
+                        const double share = static_cast<double>(written) / static_cast<double>(total);
+                        // The frames fill the first 80 % of the bar; the text shows their true share.
+                        postToMain([live, editor, share, text = progressText(written, total)] {
+                            if (!live())
+                                return;
+                            editor->setSavingProgress(share * 0.8);
+                            editor->setSavingProgressText(text);
+                        });
+                    },
+                    [live, editor] {
+                        postToMain([live, editor] {
+                            if (!live())
+                                return;
+                            editor->setSavingProgress(0.95);
+                            editor->setSavingProgressText(QStringLiteral("95%\nBefejezés..."));
+                        });
                     });
-                },
-                [editor] {
-                    postToMain([editor] {
-                        if (!editor)
-                            return;
-                        editor->setSavingProgress(0.95);
-                        editor->setSavingProgressText(QStringLiteral("95%\nBefejezés..."));
-                    });
-                });
+        } catch (...) {
+            // Any failure of the export's own work ends like a writer that could not start.
+            result = VideoExportResult{};
+            result.threw = true;
+            result.exceptionLog = describeException(std::current_exception());
+            result.exceptionText = result.exceptionLog;
+        }
+        if (result.cancelled || ticket->isCancelled())
+            return;
 
         if (result.threw) {
             logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(result.exceptionLog));
-            postToMain([editor, text = result.exceptionText] {
-                if (!editor)
+            postToMain([live, editor, text = result.exceptionText] {
+                if (!live())
                     return;
                 editor->setIsSavingProject(false);
                 editor->environment().dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
@@ -111,27 +137,32 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
         // The finished video waits under its temporary name until the sound is in; it takes
         // the destination's place only then. Should the editor be gone, the last copy of
         // `result` removes it.
-        postToMain([editor, result, destination, frameCount, prepared] {
-            if (!editor)
+        postToMain([live, editor, result, destination, frameCount, prepared, ticket, audioPath, recording,
+                    faultHook] {
+            if (!live())
                 return;
             editor->setSavingProgress(1.0);
             editor->setSavingProgressText(QStringLiteral("100%\nKész!"));
             Dialogs* dialogs = editor->environment().dialogs;
-            if (result.status == VideoWriterStatus::completed && editor->audioURL()) {
+            if (result.status == VideoWriterStatus::completed && audioPath) {
                 logLine(QStringLiteral("[Export] Video kész, audio hozzáadása..."));
                 editor->setSavingProgressText(QStringLiteral("Video kész, audio hozzáadása..."));
                 const std::shared_ptr<PartialVideoFile> video = result.video;
                 muxAudioIntoVideo(
-                        video->path(), *editor->audioURL(),
-                        [editor, video, destination, frameCount](bool ok) {
+                        video->path(), *audioPath,
+                        [live, editor, video, destination, frameCount, ticket, recording](bool ok) {
+                            // Called off during the mux: the video is not put in place, and the
+                            // last copy of `video` removes it.
+                            if (ticket->isCancelled())
+                                return;
                             // With or without its sound, the video is finished now. Should the
                             // move fail, the destination keeps what it had.
                             QString placeError;
                             const bool placed = video->commit(&placeError);
                             if (!placed)
                                 logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(placeError));
-                            postToMain([editor, destination, frameCount, ok, placed, placeError] {
-                                if (!editor)
+                            postToMain([live, editor, destination, frameCount, ok, placed, placeError] {
+                                if (!live())
                                     return;
                                 editor->setIsSavingProject(false);
                                 Dialogs* alerts = editor->environment().dialogs;
@@ -153,7 +184,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                                 }
                             });
                         },
-                        prepared);
+                        prepared, ticket, faultHook);
             } else if (result.status == VideoWriterStatus::completed) {
                 QString placeError;
                 const bool placed = result.video->commit(&placeError);

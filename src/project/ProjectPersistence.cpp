@@ -178,9 +178,11 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     pause();
     if (m_isRecording)
         setIsRecording(false);
+    cancelAudioJobs();
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
+    adoptRenderedAudio(nullptr);
     setOriginalAudioURL(std::nullopt);
     m_audioPlayer.reset();
     setDuration(0.0);
@@ -313,9 +315,11 @@ void VideoEditorViewModel::newProject()
     m_keptRecording.reset();
     m_autoSaveDeferred = false;
     pause();
+    cancelAudioJobs();
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
+    adoptRenderedAudio(nullptr);
     // The user's file goes too, so that applying new silences cannot bring it back.
     setOriginalAudioURL(std::nullopt);
     m_audioPlayer.reset();

@@ -1,10 +1,16 @@
 // The command-line modes of the real program, run as a separate process.
 #include "project/ProjectFormat.h"
+#include "support/ExportFixtures.h"
 #include "support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
+#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -16,12 +22,14 @@ struct ProcessRun {
     QString err;
 };
 
-ProcessRun runVornik(const QStringList& arguments)
+ProcessRun runVornik(const QStringList& arguments, const QMap<QString, QString>& extraEnvironment = {})
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY")); // the window-less modes need no display
     environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    for (auto it = extraEnvironment.begin(); it != extraEnvironment.end(); ++it)
+        environment.insert(it.key(), it.value());
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(VORNIK_EXECUTABLE), arguments);
     if (!process.waitForFinished(240000))
@@ -186,4 +194,54 @@ TEST(CommandLineModes, HelpVersionAndBadArguments)
     const ProcessRun bad = runVornik({QStringLiteral("--export"), QStringLiteral("only-one.vnk")});
     EXPECT_EQ(bad.exitCode, 1);
     EXPECT_TRUE(bad.err.startsWith(QStringLiteral("Hiba: ")));
+}
+
+TEST(CommandLineModes, ExportLeavesNoRenderedWavAndClearsAKilledExportsTemporaryFile)
+{
+    QTemporaryDir dir;
+    QTemporaryDir temporary;
+    // One second of sound and no silences: a 30-frame export.
+    ProjectJSON project;
+    project.originalAudioPath = writeToneWav(dir.filePath(QStringLiteral("tone.wav")), 44100, 1, 1.0);
+    QFile projectFile(dir.filePath(QStringLiteral("short.vnk")));
+    ASSERT_TRUE(projectFile.open(QIODevice::WriteOnly));
+    projectFile.write(encodeProject(project));
+    projectFile.close();
+    const QString killed = dir.filePath(QStringLiteral(".short.00112233aabbccdd.mov.part"));
+    {
+        QFile file(killed);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        file.write("half a video");
+        ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addDays(-2),
+                                     QFileDevice::FileModificationTime));
+    }
+    ASSERT_LT(QFileInfo(killed).lastModified(), QDateTime::currentDateTime().addDays(-1));
+    const ProcessRun run = runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("short.vnk")),
+                                      dir.filePath(QStringLiteral("out.mov"))},
+                                     {{QStringLiteral("TMPDIR"), temporary.path()}});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("[Audio] Temp fájl: ") + temporary.path()))
+            << "the recording was not rendered into the temporary folder";
+    EXPECT_EQ(QDir(temporary.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
+    EXPECT_FALSE(QFile::exists(killed));
+}
+
+TEST(CommandLineModes, ExportWhoseRecordingFailsToLoadExitsWithOneWithinSeconds)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    for (const QString& fault : {QStringLiteral("audioPipeline"), QStringLiteral("decodeBlock:alloc")}) {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const ProcessRun run =
+                runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")),
+                           dir.filePath(QStringLiteral("out.mov"))},
+                          {{QStringLiteral("VORNIK_TEST_FAULT"), fault}});
+        EXPECT_EQ(run.exitCode, 1) << fault.toStdString() << run.err.toStdString();
+        EXPECT_TRUE(run.err.contains(QStringLiteral("Hiba: a projekt hangfelvétele nem tölthető be")))
+                << run.err.toStdString();
+        // The run ends on its own (the process wait gives up after four minutes).
+        EXPECT_LT(elapsed.elapsed(), 60000) << fault.toStdString();
+        EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out.mov"))));
+    }
 }

@@ -104,7 +104,7 @@ protected:
     }
 };
 
-TEST_F(TemporaryWavFaults, LoadOnAFullDiskFailsWithTheSilenceErrorKeepsTheCutShortWavAndTheRecording)
+TEST_F(TemporaryWavFaults, LoadOnAFullDiskFailsWithTheSilenceErrorRemovesTheCutShortWavAndKeepsTheRecording)
 {
     const QString projectPath = project.file(QStringLiteral("saved.vnk"));
     ASSERT_TRUE(editor.saveProjectToFileSync(projectPath));
@@ -132,7 +132,8 @@ TEST_F(TemporaryWavFaults, LoadOnAFullDiskFailsWithTheSilenceErrorKeepsTheCutSho
     EXPECT_TRUE(log.linesStartingWith(QStringLiteral("[Audio] Temp fájl: ")).isEmpty());
     EXPECT_TRUE(project.dialogs().alerts().empty());
 
-    expectOneCutShortWavBeside(renderedBefore);
+    // Nothing uses the cut-short file: it is gone; the recording in use stays.
+    EXPECT_EQ(renderedFiles(), renderedBefore);
     expectStillInUse(before);
     // A failed load asks for no autosave, and neither project file changed.
     EXPECT_EQ(autosaves.count(), 0);
@@ -141,12 +142,13 @@ TEST_F(TemporaryWavFaults, LoadOnAFullDiskFailsWithTheSilenceErrorKeepsTheCutSho
 
     // With room again the same recording loads.
     ASSERT_TRUE(project.loadAudioAndWait(second));
-    EXPECT_EQ(renderedFiles().size(), 3);
+    // The new recording replaces the old one on the disk too.
+    EXPECT_EQ(renderedFiles().size(), 1);
     EXPECT_NE(editor.audioURL(), before.audioURL);
     EXPECT_DOUBLE_EQ(editor.duration(), 5.0);
 }
 
-TEST_F(TemporaryWavFaults, ReloadOnAFullDiskFailsWithTheSilenceErrorKeepsTheCutShortWavAndTheRecording)
+TEST_F(TemporaryWavFaults, ReloadOnAFullDiskFailsWithTheSilenceErrorRemovesTheCutShortWavAndKeepsTheRecording)
 {
     const QStringList renderedBefore = renderedFiles();
     const InUse before = inUse();
@@ -162,12 +164,12 @@ TEST_F(TemporaryWavFaults, ReloadOnAFullDiskFailsWithTheSilenceErrorKeepsTheCutS
     EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba újratöltéskor: ")),
               QStringList{QStringLiteral("[Audio] Hiba újratöltéskor: Nem sikerült csendet hozzáadni")});
     EXPECT_TRUE(project.dialogs().alerts().empty());
-    expectOneCutShortWavBeside(renderedBefore);
+    EXPECT_EQ(renderedFiles(), renderedBefore);
     expectStillInUse(before);
 
     // With room the reload goes through and moves the page one second on.
     ASSERT_TRUE(project.reloadAndWait());
-    EXPECT_EQ(renderedFiles().size(), 3);
+    EXPECT_EQ(renderedFiles().size(), 1);
     EXPECT_DOUBLE_EQ(editor.duration(), 5.0);
     const auto moved = editor.getFrameManager().getFrame(20 + 30);
     ASSERT_TRUE(moved);

@@ -166,8 +166,8 @@ TEST_F(ExportFaults, EditorClosedDuringTheExportRemovesTheTemporaryFileAndKeepsT
     LogCapture log;
     closing->exportVideoFile(destination);
     ASSERT_TRUE(waitForLogLine(log, QStringLiteral("[Export] Frame loop kezdés, total: %1").arg(kFrames)));
+    // The editor going calls the export off; it stops at its next frame.
     closing.reset();
-    ASSERT_TRUE(waitForLogLine(log, QStringLiteral("[Export] KÉSZ! Status: 2")));
     QThreadPool::globalInstance()->waitForDone();
     drainEvents();
     EXPECT_TRUE(dialogs.alerts().empty());

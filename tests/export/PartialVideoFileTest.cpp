@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -180,3 +181,29 @@ TEST_F(PartialVideo, NameWithMultiByteCharactersIsCutBetweenCharacters)
 }
 
 } // namespace
+
+TEST_F(PartialVideo, AnExportRemovesTemporaryFilesOfKilledExportsOlderThanADay)
+{
+    const auto backdate = [](const QString& file, qint64 hours) {
+        QFile handle(file);
+        const QDateTime when = QDateTime::currentDateTime().addSecs(-hours * 3600);
+        return handle.open(QIODevice::ReadWrite) &&
+               handle.setFileTime(when, QFileDevice::FileModificationTime);
+    };
+    const QString killed = path(QStringLiteral(".concert.0123456789abcdef.mov.part"));
+    const QString running = path(QStringLiteral(".other.fedcba9876543210.mov.part"));
+    const QString usersOwn = path(QStringLiteral(".notes.mov.part"));
+    ASSERT_TRUE(writeTo(killed, "half a video"));
+    ASSERT_TRUE(writeTo(running, "being written"));
+    ASSERT_TRUE(writeTo(usersOwn, "not Vornik's"));
+    ASSERT_TRUE(backdate(killed, 25));
+    ASSERT_TRUE(backdate(running, 2));
+    ASSERT_TRUE(backdate(usersOwn, 48));
+
+    QString error;
+    const auto partial = PartialVideoFile::create(path(QStringLiteral("concert.mov")), &error);
+    ASSERT_TRUE(partial) << error.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(killed));
+    EXPECT_TRUE(QFileInfo::exists(running));
+    EXPECT_TRUE(QFileInfo::exists(usersOwn));
+}
