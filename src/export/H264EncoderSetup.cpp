@@ -36,9 +36,9 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
     av_opt_set(context->priv_data, "crf", "18", 0);
     av_opt_set(context->priv_data, "profile", "high", 0);
     if (use == H264EncoderUse::stretches) {
-        // Skip pictures are written in CAVLC and refer to the one picture before them.
+        // Skip pictures refer to the one picture before them.
         context->max_b_frames = 0;
-        av_opt_set(context->priv_data, "x264-params", "cabac=0:ref=1", 0);
+        av_opt_set(context->priv_data, "x264-params", "ref=1", 0);
         av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     }
     const int result = avcodec_open2(context, codec, nullptr);

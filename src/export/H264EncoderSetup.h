@@ -10,8 +10,8 @@
 enum class H264EncoderUse {
     // One encoder for every frame of the video.
     everyFrame,
-    // One encoder per stretch, with parameter sets the skip pictures can follow: CAVLC,
-    // no B-frames, one reference frame, and forced keyframes as IDR pictures.
+    // One encoder per stretch, with parameter sets the skip pictures can follow: no
+    // B-frames, one reference frame, and forced keyframes as IDR pictures.
     stretches,
 };
 
