@@ -31,14 +31,20 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
     context->color_trc = AVCOL_TRC_BT709;
     context->sample_aspect_ratio = AVRational{1, 1};
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER; // the QuickTime muxer wants the SPS/PPS up front
+    // libx264 would pick one and a half threads per core, each with pictures of its own in
+    // flight; two keep both cores busy with less memory (the export's renderer is a thread
+    // of its own too).
+    context->thread_count = 2;
     av_opt_set(context->priv_data, "preset", "veryfast", 0);
     av_opt_set(context->priv_data, "tune", "stillimage", 0);
     av_opt_set(context->priv_data, "crf", "18", 0);
     av_opt_set(context->priv_data, "profile", "high", 0);
     if (use == H264EncoderUse::stretches) {
-        // Skip pictures are written in CAVLC and refer to the one picture before them.
+        // Skip pictures refer to the one picture before them. A stretch of changing frames
+        // is short (a fade, a page turn), so a short rate-control lookahead loses little and
+        // holds fewer pictures in memory.
         context->max_b_frames = 0;
-        av_opt_set(context->priv_data, "x264-params", "cabac=0:ref=1", 0);
+        av_opt_set(context->priv_data, "x264-params", "ref=1:rc-lookahead=5", 0);
         av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     }
     const int result = avcodec_open2(context, codec, nullptr);

@@ -1,5 +1,5 @@
 // Opens libx264 with the export's quality settings: High profile, yuv420p, BT.709 tags,
-// preset veryfast, CRF 18, tune stillimage, a keyframe at least every 2 seconds, and the
+// preset veryfast, CRF 18, tune stillimage, two threads, a keyframe at least every 2 seconds, and the
 // SPS/PPS in the extradata (global header). Any thread; the caller owns the context.
 #pragma once
 
@@ -10,8 +10,8 @@
 enum class H264EncoderUse {
     // One encoder for every frame of the video.
     everyFrame,
-    // One encoder per stretch, with parameter sets the skip pictures can follow: CAVLC,
-    // no B-frames, one reference frame, and forced keyframes as IDR pictures.
+    // One encoder per stretch, with parameter sets the skip pictures can follow: no
+    // B-frames, one reference frame, and forced keyframes as IDR pictures.
     stretches,
 };
 

@@ -109,8 +109,7 @@ bool readPps(std::span<const uint8_t> rbsp, H264SkipParameters& out, QString* wh
     BitReader reader(rbsp);
     out.ppsId = static_cast<int>(reader.readUe());
     const uint32_t spsId = reader.readUe();
-    if (reader.readBit())
-        return refuse(why, QStringLiteral("CABAC"));
+    out.cabac = reader.readBit();
     out.bottomFieldPicOrderInFramePresent = reader.readBit();
     if (reader.readUe() != 0)
         return refuse(why, QStringLiteral("slice groups"));
@@ -118,13 +117,14 @@ bool readPps(std::span<const uint8_t> rbsp, H264SkipParameters& out, QString* wh
     reader.readUe(); // num_ref_idx_l1_default_active_minus1
     out.weightedPred = reader.readBit();
     reader.readBits(2); // weighted_bipred_idc
-    reader.readSe();    // pic_init_qp_minus26
-    reader.readSe();    // pic_init_qs_minus26
-    reader.readSe();    // chroma_qp_index_offset
+    out.picInitQpMinus26 = reader.readSe();
+    reader.readSe(); // pic_init_qs_minus26
+    reader.readSe(); // chroma_qp_index_offset
     out.deblockingFilterControlPresent = reader.readBit();
     reader.readBit(); // constrained_intra_pred_flag
     out.redundantPicCntPresent = reader.readBit();
-    if (!reader.ok() || out.numRefIdxL0DefaultActive > 32)
+    if (!reader.ok() || out.numRefIdxL0DefaultActive > 32 || out.picInitQpMinus26 < -26 ||
+        out.picInitQpMinus26 > 25)
         return refuse(why, QStringLiteral("damaged PPS"));
     if (static_cast<int>(spsId) != out.spsId)
         return refuse(why, QStringLiteral("PPS refers to another SPS"));

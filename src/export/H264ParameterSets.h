@@ -1,6 +1,6 @@
 // Reads the values a P skip slice needs from the encoder's SPS and PPS (its extradata, Annex B
 // NAL units with start codes). Anything the skip slices do not handle is refused with a
-// reason: interlaced or field coding, separate colour planes, slice groups, CABAC,
+// reason: interlaced or field coding, separate colour planes, slice groups,
 // pic_order_cnt_type 1, more than one SPS or PPS, or a damaged set. Pure functions.
 #pragma once
 
@@ -23,6 +23,8 @@ struct H264SkipParameters {
     int heightInMbs = 0;
     // From the PPS.
     int ppsId = 0;
+    bool cabac = false; // entropy_coding_mode_flag
+    int picInitQpMinus26 = 0;
     bool bottomFieldPicOrderInFramePresent = false;
     int numRefIdxL0DefaultActive = 1;
     bool weightedPred = false;
@@ -31,6 +33,8 @@ struct H264SkipParameters {
 
     int macroblockCount() const { return widthInMbs * heightInMbs; }
     uint32_t maxFrameNum() const { return uint32_t(1) << log2MaxFrameNum; }
+    // SliceQPY of a slice whose slice_qp_delta is zero.
+    int sliceQp() const { return 26 + picInitQpMinus26; }
 };
 
 // The NAL units of an Annex B byte stream, each without its start code.

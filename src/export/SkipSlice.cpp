@@ -1,6 +1,7 @@
 #include "export/SkipSlice.h"
 
 #include "export/BitWriter.h"
+#include "export/CabacEncoder.h"
 
 namespace {
 
@@ -8,9 +9,39 @@ constexpr uint8_t kNalRefIdc = 2; // a reference picture: the next skip refers t
 constexpr uint8_t kNalNonIdrSlice = 1;
 constexpr uint32_t kSliceTypeP = 5; // P, and every slice of the picture is P
 
+// The (m, n) pair of mb_skip_flag's first context (ctxIdx 11) for each cabac_init_idc. With
+// every neighbour skipped or outside the picture, that context is the one every flag uses.
+constexpr int kSkipFlagM[3] = {23, 22, 29};
+constexpr int kSkipFlagN[3] = {33, 25, 16};
+
+// slice_data() in CAVLC: one run skips every macroblock, then the slice ends.
+void putCavlcSkipData(BitWriter& bits, int macroblocks)
+{
+    bits.putUe(static_cast<uint32_t>(macroblocks));
+    bits.putTrailingBits();
+}
+
+// slice_data() in CABAC: after the alignment ones, each macroblock is a skip flag of one and
+// an end-of-slice bin, one only after the last. The coder's flush writes the stop bit.
+void putCabacSkipData(BitWriter& bits, int macroblocks, int sliceQp, int initIdc)
+{
+    while (!bits.byteAligned())
+        bits.putBit(true); // cabac_alignment_one_bit
+    const size_t table = static_cast<size_t>(initIdc);
+    CabacContext skipFlag = initCabacContext(kSkipFlagM[table], kSkipFlagN[table], sliceQp);
+    CabacEncoder encoder(bits);
+    for (int i = 0; i < macroblocks; ++i) {
+        encoder.encodeDecision(skipFlag, true);
+        encoder.encodeTerminate(i + 1 == macroblocks);
+    }
+    while (!bits.byteAligned())
+        bits.putBit(false);
+}
+
 } // namespace
 
-std::vector<uint8_t> buildSkipSlice(const H264SkipParameters& parameters, int64_t picturesSinceIdr)
+std::vector<uint8_t> buildSkipSlice(const H264SkipParameters& parameters, int64_t picturesSinceIdr,
+                                    SkipSliceCoding coding)
 {
     BitWriter bits;
     bits.putUe(0); // first_mb_in_slice
@@ -42,12 +73,16 @@ std::vector<uint8_t> buildSkipSlice(const H264SkipParameters& parameters, int64_
         }
     }
     bits.putBit(false); // adaptive_ref_pic_marking_mode_flag: sliding window
-    bits.putSe(0);      // slice_qp_delta
+    if (parameters.cabac)
+        bits.putUe(static_cast<uint32_t>(coding.cabacInitIdc));
+    bits.putSe(coding.sliceQpDelta);
     if (parameters.deblockingFilterControlPresent)
         bits.putUe(1); // disable_deblocking_filter_idc: off, nothing to smooth in a copy
-    // slice_data(): one run skips every macroblock, then the slice ends.
-    bits.putUe(static_cast<uint32_t>(parameters.macroblockCount()));
-    bits.putTrailingBits();
+    if (parameters.cabac)
+        putCabacSkipData(bits, parameters.macroblockCount(), parameters.sliceQp() + coding.sliceQpDelta,
+                         coding.cabacInitIdc);
+    else
+        putCavlcSkipData(bits, parameters.macroblockCount());
 
     std::vector<uint8_t> nal{0, 0, 0, 1, static_cast<uint8_t>((kNalRefIdc << 5) | kNalNonIdrSlice)};
     const std::vector<uint8_t> payload = addEmulationPrevention(bits.bytes());

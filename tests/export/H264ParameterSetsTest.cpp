@@ -28,6 +28,7 @@ struct HandMadeSets {
     bool frameMbsOnly = true;
     uint32_t pocType = 2;
     bool cabac = false;
+    int32_t picInitQpMinus26 = 0;
     uint32_t sliceGroupsMinus1 = 0;
     bool scalingMatrix = false;
 };
@@ -90,7 +91,7 @@ std::vector<uint8_t> handMade(const HandMadeSets& sets)
     pps.putUe(0);
     pps.putBit(true);
     pps.putBits(0, 2);
-    pps.putSe(0);
+    pps.putSe(sets.picInitQpMinus26);
     pps.putSe(0);
     pps.putSe(0);
     pps.putBit(true);
@@ -140,11 +141,15 @@ TEST(H264ParameterSets, TwoStretchEncodersWriteTheSameParameterSets)
               extradataOf(1920, 1080, H264EncoderUse::stretches));
 }
 
-TEST(H264ParameterSets, CabacOfTheEveryFrameEncoderIsRefused)
+TEST(H264ParameterSets, StretchEncoderCodesInCabac)
 {
     QString why;
-    EXPECT_FALSE(readH264SkipParameters(extradataOf(1920, 1080, H264EncoderUse::everyFrame), &why));
-    EXPECT_EQ(why, QStringLiteral("CABAC"));
+    const std::optional<H264SkipParameters> p =
+            readH264SkipParameters(extradataOf(1920, 1080, H264EncoderUse::stretches), &why);
+    ASSERT_TRUE(p.has_value()) << why.toStdString();
+    EXPECT_TRUE(p->cabac);
+    EXPECT_GE(p->sliceQp(), 0);
+    EXPECT_LE(p->sliceQp(), 51);
 }
 
 TEST(H264ParameterSets, HandMadeSetsAreReadAndUnhandledOnesRefused)
@@ -170,8 +175,14 @@ TEST(H264ParameterSets, HandMadeSetsAreReadAndUnhandledOnesRefused)
 
     HandMadeSets cabac;
     cabac.cabac = true;
-    EXPECT_FALSE(readH264SkipParameters(handMade(cabac), &why));
-    EXPECT_EQ(why, QStringLiteral("CABAC"));
+    cabac.picInitQpMinus26 = -7;
+    const std::optional<H264SkipParameters> withCabac = readH264SkipParameters(handMade(cabac), &why);
+    ASSERT_TRUE(withCabac.has_value()) << why.toStdString();
+    EXPECT_TRUE(withCabac->cabac);
+    EXPECT_EQ(withCabac->picInitQpMinus26, -7);
+    EXPECT_EQ(withCabac->sliceQp(), 19);
+    EXPECT_FALSE(plain->cabac);
+    EXPECT_EQ(plain->sliceQp(), 26);
 
     HandMadeSets groups;
     groups.sliceGroupsMinus1 = 1;

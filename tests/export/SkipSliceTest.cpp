@@ -30,6 +30,7 @@ struct ParsedSkip {
     bool overrideFlag = true, modification = true, adaptiveMarking = true;
     uint32_t lumaDenom = 99, chromaDenom = 99;
     int weightFlagsSet = -1;
+    uint32_t cabacInitIdc = 99;
     int32_t qpDelta = 99;
     uint32_t deblockingIdc = 99;
     uint32_t skipRun = 0;
@@ -67,9 +68,21 @@ ParsedSkip parse(const std::vector<uint8_t>& nal, const H264SkipParameters& p)
             out.weightFlagsSet += r.readBit() ? 1 : 0;
     }
     out.adaptiveMarking = r.readBit();
+    if (p.cabac)
+        out.cabacInitIdc = r.readUe();
     out.qpDelta = r.readSe();
     if (p.deblockingFilterControlPresent)
         out.deblockingIdc = r.readUe();
+    if (p.cabac) {
+        // cabac_alignment_one_bit up to the byte boundary, then the coded macroblocks, which
+        // end on the stop bit and zeros in the last byte.
+        bool ones = true;
+        while (r.position() % 8 != 0)
+            ones = ones && r.readBit();
+        out.trailingOk = ones && r.bitsLeft() >= 8 && rbsp.back() != 0;
+        out.ok = r.ok();
+        return out;
+    }
     out.skipRun = r.readUe();
     // rbsp_trailing_bits: a one, then zeros to the end of the last byte, and nothing after.
     out.trailingOk = r.readBit() && r.bitsLeft() < 8 && r.readBits(static_cast<int>(r.bitsLeft())) == 0;
@@ -147,6 +160,28 @@ TEST(SkipSlice, MacroblockCountComesFromTheSizeIn4K)
     const ParsedSkip s = parse(buildSkipSlice(p, 1), p);
     ASSERT_TRUE(s.ok);
     EXPECT_EQ(s.skipRun, 32400U);
+}
+
+TEST(SkipSlice, CabacSliceCarriesItsInitTableBeforeTheQpDeltaAndStaysSmall)
+{
+    H264SkipParameters p = fullHd();
+    p.cabac = true;
+    p.picInitQpMinus26 = -4;
+    const std::vector<uint8_t> nal = buildSkipSlice(p, 3);
+    const ParsedSkip s = parse(nal, p);
+    ASSERT_TRUE(s.ok);
+    EXPECT_EQ(s.frameNum, 3U);
+    EXPECT_FALSE(s.adaptiveMarking);
+    EXPECT_EQ(s.cabacInitIdc, 0U);
+    EXPECT_EQ(s.qpDelta, 0);
+    EXPECT_EQ(s.deblockingIdc, 1U);
+    EXPECT_TRUE(s.trailingOk);
+    // 8160 likely flags and end-of-slice bins come to a few dozen bytes.
+    EXPECT_LT(nal.size(), 80U);
+    const ParsedSkip varied = parse(buildSkipSlice(p, 3, SkipSliceCoding{2, 5}), p);
+    EXPECT_EQ(varied.cabacInitIdc, 2U);
+    EXPECT_EQ(varied.qpDelta, 5);
+    EXPECT_TRUE(varied.trailingOk);
 }
 
 TEST(SkipSlice, PayloadNeverContainsAStartCode)
