@@ -5,24 +5,32 @@
 // A project names files anywhere on disk. So that the fuzzer cannot wander through the
 // file system, every path is pointed into a folder made at start: a name ending in ".pdf" at
 // a small three-page PDF, a picture name at a small PNG, anything else at a file that does
-// not exist. The page numbers, pairs, frames and settings stay as the input has them. The
-// recording is left out: its load is the audio target's, and the frames are restored into a
-// store of a length that follows the input instead.
+// not exist. The page numbers, pairs, frames and settings stay as the input has them. A
+// project that names a recording gets a tiny one (a fifth of a second at 8 kHz), so that the
+// audio load runs with the settings as decoded: silences, boost, then the frames restored
+// into the store the load made and the saved position sought. Without one, the frames are
+// restored into a store of a length that follows the input instead.
 #include "FuzzSupport.h"
 
+#include "audio/ClockAudioPlayer.h"
+#include "audio/FloatWavWriter.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
+#include "project/ProjectMapping.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QImage>
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QTemporaryDir>
+#include <QThreadPool>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -30,6 +38,7 @@ QTemporaryDir* workFolder = nullptr;
 QString pdfPath;
 QString picturePath;
 QString missingPath;
+QString recordingPath;
 
 constexpr size_t kMaxFrames = 4096;
 
@@ -56,6 +65,57 @@ void writeFixtures()
         fuzzCheckFailed("cannot write the PDF the project's pages point at");
 
     missingPath = workFolder->filePath(QStringLiteral("missing.png"));
+
+    AudioBuffer recording;
+    recording.sampleRate = 8000;
+    recording.channels.assign(1, std::vector<float>(1600));
+    for (size_t i = 0; i < recording.channels[0].size(); ++i)
+        recording.channels[0][i] = (i / 8) % 2 == 0 ? 0.25f : -0.25f;
+    recordingPath = workFolder->filePath(QStringLiteral("recording.wav"));
+    QString error;
+    if (!writeFloatWav(recordingPath, recording, &error))
+        fuzzCheckFailed("cannot write the recording the project points at");
+}
+
+// Loads the project with its recording and checks what every load must give: settings within
+// the ranges of the settings sheet, the recording and its silences loaded, the position
+// within it.
+void loadWithRecording(const QString& projectPath)
+{
+    EditorEnvironment environment;
+    environment.temporaryDirectory = workFolder->path();
+    environment.dataDirectory = workFolder->path();
+    // A player that only keeps time: the fuzzer has no sound device, and the load needs a
+    // player before it publishes the recording.
+    environment.audioPlayerFactory =
+            [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
+        return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
+    };
+    VideoEditorViewModel editor(environment);
+    std::optional<bool> finished;
+    QObject::connect(&editor, &VideoEditorViewModel::projectLoadFinished,
+                     [&finished](bool succeeded) { finished = succeeded; });
+    editor.loadProjectJSON(projectPath, VideoEditorViewModel::FrameRestore::whenAudioLoaded);
+    QElapsedTimer clock;
+    clock.start();
+    while (!finished && clock.elapsed() < 8000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    if (!finished)
+        fuzzCheckFailed("a project with its recording did not finish loading");
+    const auto within = [](double value, double low, double high) { return value >= low && value <= high; };
+    if (!within(editor.startSilenceDuration(), 0.0, kMaxSilenceSeconds) ||
+        !within(editor.endSilenceDuration(), 0.0, kMaxSilenceSeconds) ||
+        !within(editor.transitionDuration(), 0.0, kMaxTransitionSeconds) ||
+        !within(editor.volumeBoost(), kMinVolumeBoost, kMaxVolumeBoost))
+        fuzzCheckFailed("a setting from the file was used outside the settings sheet's range");
+    if (!editor.audioURL())
+        fuzzCheckFailed("the tiny recording did not load");
+    const double expected = 0.2 + editor.startSilenceDuration() + editor.endSilenceDuration();
+    if (std::abs(editor.duration() - expected) > 1e-3)
+        fuzzCheckFailed("the loaded length is not the recording with its silences");
+    if (!within(editor.currentTime(), 0.0, editor.duration()))
+        fuzzCheckFailed("the saved position was sought outside the recording");
+    QThreadPool::globalInstance()->waitForDone();
 }
 
 QString sandboxed(const QString& path)
@@ -102,8 +162,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         fuzzCheckFailed("a decoded project, encoded again, decodes differently");
 
     ProjectJSON project = *decoded;
+    const bool namesRecording = project.audioPath || project.originalAudioPath;
     project.audioPath.reset();
     project.originalAudioPath.reset();
+    if (namesRecording)
+        project.originalAudioPath = recordingPath;
     for (ImagePathInfo& info : project.imagePaths)
         info.path = sandboxed(info.path);
     if (project.frames.size() > kMaxFrames)
@@ -116,7 +179,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             fuzzCheckFailed("cannot write the project file to the temporary folder");
     }
 
-    {
+    if (namesRecording) {
+        loadWithRecording(projectPath);
+    } else {
         EditorEnvironment environment;
         environment.temporaryDirectory = workFolder->path();
         environment.dataDirectory = workFolder->path();
