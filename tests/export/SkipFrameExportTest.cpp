@@ -3,6 +3,7 @@
 #include "export/VideoExport.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
+#include "support/StrictDecoder.h"
 #include "support/VideoProbe.h"
 
 #include <gtest/gtest.h>
@@ -156,9 +157,8 @@ struct StrictDecode {
     std::vector<int64_t> durations;
 };
 
-// Decodes every frame with FFmpeg's strictest error detection: any error in the stream
-// stops the decoder and counts.
-// Each decoded frame goes to `take` in order.
+// Decodes every frame with FFmpeg's strictest error detection; each decoded frame goes to
+// `take` in order.
 StrictDecode decodeStrictly(const QString& path, int fps, const std::function<void(const AVFrame*)>& take)
 {
     StrictDecode result;
@@ -172,29 +172,11 @@ StrictDecode decodeStrictly(const QString& path, int fps, const std::function<vo
     const int stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (stream < 0)
         return result;
-    const AVCodecParameters* parameters = input->streams[stream]->codecpar;
-    CodecContextPtr decoder(avcodec_alloc_context3(avcodec_find_decoder(parameters->codec_id)));
-    avcodec_parameters_to_context(decoder.get(), parameters);
-    decoder->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_CRCCHECK;
-    decoder->thread_count = 1;
-    if (avcodec_open2(decoder.get(), decoder->codec, nullptr) < 0)
+    StrictDecoder decoder(*input->streams[stream]->codecpar);
+    if (!decoder.isOpen())
         return result;
     result.opened = true;
     PacketPtr packet(av_packet_alloc());
-    auto receive = [&] {
-        while (true) {
-            FramePtr frame(av_frame_alloc());
-            const int code = avcodec_receive_frame(decoder.get(), frame.get());
-            if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
-                return;
-            if (code < 0 || frame->decode_error_flags != 0) {
-                ++result.errors;
-                return;
-            }
-            ++result.frames;
-            take(frame.get());
-        }
-    };
     while (av_read_frame(input.get(), packet.get()) >= 0) {
         if (packet->stream_index == stream) {
             result.keyPackets.push_back((packet->flags & AV_PKT_FLAG_KEY) != 0);
@@ -204,14 +186,13 @@ StrictDecode decodeStrictly(const QString& path, int fps, const std::function<vo
             const AVRational base = input->streams[stream]->time_base;
             result.pts.push_back(av_rescale_q(packet->pts, base, AVRational{1, fps}));
             result.durations.push_back(av_rescale_q(packet->duration, base, AVRational{1, fps}));
-            if (avcodec_send_packet(decoder.get(), packet.get()) < 0)
-                ++result.errors;
-            receive();
+            decoder.send(*packet, take);
         }
         av_packet_unref(packet.get());
     }
-    avcodec_send_packet(decoder.get(), nullptr);
-    receive();
+    decoder.finish(take);
+    result.errors = decoder.errors();
+    result.frames = decoder.pictures();
     return result;
 }
 

@@ -1,6 +1,7 @@
 #include "export/FfmpegHandles.h"
 #include "export/H264ParameterSets.h"
 #include "export/SkipSlice.h"
+#include "support/StrictDecoder.h"
 
 #include <gtest/gtest.h>
 
@@ -102,44 +103,16 @@ void checkIdrThenSkips(int width, int height, bool cabac, int skips, bool varyCo
     const std::vector<uint8_t> idr = encodeIdr(encoder.get());
     ASSERT_FALSE(idr.empty());
 
-    const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
-    CodecContextPtr decoder(avcodec_alloc_context3(codec));
-    decoder->extradata = static_cast<uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    std::memcpy(decoder->extradata, extradata.data(), extradata.size());
-    decoder->extradata_size = static_cast<int>(extradata.size());
-    decoder->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_CRCCHECK;
-    decoder->thread_count = 1;
-    ASSERT_GE(avcodec_open2(decoder.get(), codec, nullptr), 0);
-
-    PacketPtr packet(av_packet_alloc());
+    StrictDecoder decoder(extradata);
+    ASSERT_TRUE(decoder.isOpen());
     FramePtr first;
-    int decoded = 0;
-    int errors = 0;
-    auto receive = [&] {
-        while (true) {
-            FramePtr frame(av_frame_alloc());
-            const int code = avcodec_receive_frame(decoder.get(), frame.get());
-            if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
-                return;
-            if (code < 0 || frame->decode_error_flags != 0) {
-                ++errors;
-                return;
-            }
-            if (!first)
-                first = std::move(frame);
-            else
-                EXPECT_TRUE(samePicture(first.get(), frame.get())) << "picture " << decoded;
-            ++decoded;
-        }
+    const auto take = [&first, &decoder](const AVFrame* frame) {
+        if (!first)
+            first.reset(av_frame_clone(frame));
+        else
+            EXPECT_TRUE(samePicture(first.get(), frame)) << "picture " << decoder.pictures() - 1;
     };
-    auto send = [&](const std::vector<uint8_t>& bytes) {
-        ASSERT_GE(av_new_packet(packet.get(), static_cast<int>(bytes.size())), 0);
-        std::memcpy(packet->data, bytes.data(), bytes.size());
-        if (avcodec_send_packet(decoder.get(), packet.get()) < 0)
-            ++errors;
-        av_packet_unref(packet.get());
-        receive();
-    };
+    const auto send = [&decoder, &take](const std::vector<uint8_t>& bytes) { decoder.send(bytes, take); };
     send(idr);
     for (int i = 1; i <= skips; ++i) {
         SkipSliceCoding coding;
@@ -149,10 +122,9 @@ void checkIdrThenSkips(int width, int height, bool cabac, int skips, bool varyCo
         }
         send(buildSkipSlice(*parameters, i, coding));
     }
-    avcodec_send_packet(decoder.get(), nullptr);
-    receive();
-    EXPECT_EQ(errors, 0);
-    EXPECT_EQ(decoded, skips + 1);
+    decoder.finish(take);
+    EXPECT_EQ(decoder.errors(), 0);
+    EXPECT_EQ(decoder.pictures(), skips + 1);
 }
 
 } // namespace
