@@ -7,7 +7,6 @@
 #include "project/DemoProject.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
-#include "support/Log.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -37,20 +36,10 @@ int percentOf(const QString& progressText)
     return ok ? percent : -1;
 }
 
-// The log lines that say why something failed: the alert names the failure, these the reason.
-bool isFailureReason(const QString& line)
+void printReasons(const QStringList& reasons)
 {
-    for (const char* word : {"hiba", "error", "exception", "fatal"})
-        if (line.contains(QLatin1String(word), Qt::CaseInsensitive))
-            return true;
-    return false;
-}
-
-void printFailureReasons(const LogCapture& log)
-{
-    for (const QString& line : log.lines())
-        if (isFailureReason(line))
-            printErrorLine(line);
+    for (const QString& line : reasons)
+        printErrorLine(line);
 }
 
 int exportProject(const CommandLineOptions& options);
@@ -115,8 +104,12 @@ int exportProject(const CommandLineOptions& options)
         return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
     };
     VideoEditorViewModel editor(environment);
-    // Mirrors the log (it still goes to standard output) for the reasons of a failure.
-    LogCapture log;
+    // Why a load or the export failed, as the editor tells it (the log on standard output
+    // has the same lines among the others).
+    QStringList reasons;
+    const auto keepReason = [&reasons](const QString& line) { reasons.append(line); };
+    QObject::connect(&editor, &VideoEditorViewModel::audioLoadFailed, &editor, keepReason);
+    QObject::connect(&editor, &VideoEditorViewModel::exportFailed, &editor, keepReason);
 
     bool audioLoaded = false;
     bool projectLoaded = false;
@@ -128,7 +121,7 @@ int exportProject(const CommandLineOptions& options)
     waitFor(projectLoaded);
     if (!audioLoaded || !editor.audioURL()) {
         printErrorLine(QStringLiteral("Hiba: a projekt hangfelvétele nem tölthető be: %1").arg(*audioPath));
-        printFailureReasons(log);
+        printReasons(reasons);
         return 1;
     }
 
@@ -148,7 +141,7 @@ int exportProject(const CommandLineOptions& options)
     // The alert is on standard error already; a failure adds the log's reasons after it.
     const AlertStyle style = dialogs.lastAlert() ? dialogs.lastAlert()->style : AlertStyle::critical;
     if (style != AlertStyle::informational)
-        printFailureReasons(log);
+        printReasons(reasons);
     return style == AlertStyle::informational ? 0 : style == AlertStyle::warning ? 2 : 1;
 }
 

@@ -70,7 +70,9 @@ void postFailure(const std::shared_ptr<RunState>& state, const QString& logPrefi
     post(state, [state, logPrefix, error](VideoEditorViewModel& editor) {
         state->failed = true;
         editor.setIsLoadingAudio(false);
-        logLine(logPrefix + error);
+        const QString reason = logPrefix + error;
+        logLine(reason);
+        emit editor.audioLoadFailed(reason);
         emit editor.audioLoadFinished(false);
     });
 }
@@ -254,7 +256,10 @@ void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelin
         if (!player) {
             state->failed = true;
             target.setIsLoadingAudio(false);
-            logLine(hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni"));
+            const QString reason =
+                    hooks.failureLogPrefix + QStringLiteral("Nem sikerült lejátszót létrehozni");
+            logLine(reason);
+            emit target.audioLoadFailed(reason);
             emit target.audioLoadFinished(false);
             return;
         }

@@ -407,6 +407,11 @@ signals:
     void videoFormatChanged();
     // A load or reload of the recording has ended (on the main thread), successfully or not.
     void audioLoadFinished(bool succeeded);
+    // Comes right before audioLoadFinished(false) with the log line that says why.
+    void audioLoadFailed(const QString& reason);
+    // An export ended without a finished video with its sound: the log line that says why,
+    // right before the alert.
+    void exportFailed(const QString& reason);
     // A project load has ended: false when the file could not be read, true once the pages,
     // settings and, with a recording, the frames are in place.
     void projectLoadFinished(bool succeeded);

@@ -213,34 +213,41 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     return true;
 }
 
-void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
-                       std::function<void(bool)> completion, std::optional<PreparedAudio> prepared,
-                       std::shared_ptr<const JobToken> ticket, FaultHook faultHook)
+namespace {
+
+// Logs why the mux failed and hands the same line to the caller.
+void failMux(const MuxCompletion& completion, const QString& line)
+{
+    logLine(line);
+    completion(false, line);
+}
+
+} // namespace
+
+void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath, MuxCompletion completion,
+                       std::optional<PreparedAudio> prepared, std::shared_ptr<const JobToken> ticket,
+                       FaultHook faultHook)
 {
     const std::optional<OpenedVideo> video = openVideo(videoPath);
     if (!video) {
-        logLine(QStringLiteral("[Audio] Video track hiba"));
-        completion(false);
+        failMux(completion, QStringLiteral("[Audio] Video track hiba"));
         return;
     }
     if (!hasAudioStream(audioPath)) {
-        logLine(QStringLiteral("[Audio] Audio track hiba"));
-        completion(false);
+        failMux(completion, QStringLiteral("[Audio] Audio track hiba"));
         return;
     }
     // The video's length is the one that counts: a longer recording is cut to it, a shorter
     // one is not padded.
     const double duration = streamDuration(*video);
     if (!(duration > 0.0)) {
-        logLine(QStringLiteral("[Audio] Insert error: a videó hossza nulla"));
-        completion(false);
+        failMux(completion, QStringLiteral("[Audio] Insert error: a videó hossza nulla"));
         return;
     }
     const QString temporaryPath = QFileInfo(videoPath).dir().filePath(kTemporaryMuxName);
     QFile::remove(temporaryPath);
     if (!avcodec_find_encoder(AV_CODEC_ID_AAC) || !av_guess_format("mov", nullptr, nullptr)) {
-        logLine(QStringLiteral("[Audio] Export session létrehozás hiba"));
-        completion(false);
+        failMux(completion, QStringLiteral("[Audio] Export session létrehozás hiba"));
         return;
     }
 
@@ -263,31 +270,29 @@ void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
         if (!written) {
             // Nothing half-written is left beside the silent video, which stays as it is.
             QFile::remove(temporaryPath);
-            logLine(QStringLiteral("[Audio] Export hiba: %1")
-                            .arg(error.isEmpty() ? QStringLiteral("unknown") : error));
-            completion(false);
+            failMux(completion, QStringLiteral("[Audio] Export hiba: %1")
+                                        .arg(error.isEmpty() ? QStringLiteral("unknown") : error));
             return;
         }
         logLine(QStringLiteral("[Audio] Export kész, fájl csere..."));
         QFile silent(videoPath);
         if (!silent.remove()) {
-            logLine(QStringLiteral("[Audio] Fájl csere hiba: %1").arg(silent.errorString()));
-            completion(false);
+            failMux(completion, QStringLiteral("[Audio] Fájl csere hiba: %1").arg(silent.errorString()));
             return;
         }
         QFile muxed(temporaryPath);
         if (!muxed.rename(videoPath)) {
-            logLine(QStringLiteral("[Audio] Fájl csere hiba: %1").arg(muxed.errorString()));
-            completion(false);
+            failMux(completion, QStringLiteral("[Audio] Fájl csere hiba: %1").arg(muxed.errorString()));
             return;
         }
         logLine(QStringLiteral("[Audio] Audio hozzáadva!"));
-        completion(true);
+        completion(true, QString());
     });
 }
 
 void VideoEditorViewModel::addAudioToVideo(const QString& videoURL, const QString& audioURL,
                                            std::function<void(bool)> completion)
 {
-    muxAudioIntoVideo(videoURL, audioURL, std::move(completion));
+    muxAudioIntoVideo(videoURL, audioURL,
+                      [completion = std::move(completion)](bool ok, const QString&) { completion(ok); });
 }

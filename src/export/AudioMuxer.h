@@ -24,6 +24,9 @@ inline const QString kTemporaryMuxName = QStringLiteral("temp_with_audio.mov");
 // read or has no video stream.
 std::optional<double> videoStreamDuration(const QString& videoPath);
 
+// Called once when a mux ends: true on success, else false with the log line that says why.
+using MuxCompletion = std::function<void(bool ok, const QString& failureLine)>;
+
 // Muxes `audioPath` into `videoPath`; `completion` is called exactly once, with true on
 // success. `prepared`, when given, is an encoding of the same audio started earlier (during
 // the video export); it is used when it still matches the file and the video's length,
@@ -31,8 +34,7 @@ std::optional<double> videoStreamDuration(const QString& videoPath);
 // packet (FFmpeg's reads and writes are interrupted too), nothing half-written stays and
 // the completion gets false. An exception in the work ends in its failure line and false.
 // `faultHook` is called with "mux" before the work starts (tests).
-void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath,
-                       std::function<void(bool)> completion,
+void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath, MuxCompletion completion,
                        std::optional<PreparedAudio> prepared = std::nullopt,
                        std::shared_ptr<const JobToken> ticket = nullptr, FaultHook faultHook = {});
 

@@ -87,8 +87,9 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
     logLine(QStringLiteral("[Export] Writer startWriting..."));
     if (!partial || !writer.startWriting()) {
         const QString reason = partial ? writer.errorText() : partialError;
-        logLine(QStringLiteral("[Export] FATAL: startWriting() failed! Error: %1")
-                        .arg(reason.isEmpty() ? QStringLiteral("nil") : reason));
+        result.failureLine = QStringLiteral("[Export] FATAL: startWriting() failed! Error: %1")
+                                     .arg(reason.isEmpty() ? QStringLiteral("nil") : reason);
+        logLine(result.failureLine);
         result.threw = true;
         result.exceptionLog = QStringLiteral("Error Domain=ExportError Code=-1 \"(null)\"");
         result.exceptionText = QStringLiteral("A művelet nem hajtható végre. (ExportError hiba: -1.)");
@@ -170,8 +171,10 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
 
     logLine(kRule);
     logLine(QStringLiteral("[Export] KÉSZ! Status: %1").arg(status()));
-    if (!writer.errorText().isEmpty())
-        logLine(QStringLiteral("[Export] Error: %1").arg(writer.errorText()));
+    if (!writer.errorText().isEmpty()) {
+        result.failureLine = QStringLiteral("[Export] Error: %1").arg(writer.errorText());
+        logLine(result.failureLine);
+    }
     logLine(kRule);
     result.status = writer.status();
     result.writerError = writer.errorText();

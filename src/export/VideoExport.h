@@ -40,6 +40,7 @@ struct VideoExportResult {
     bool threw = false;    // the writer could not be created or started
     QString exceptionLog;  // for "[Export] EXCEPTION: "
     QString exceptionText; // for the alert
+    QString failureLine;   // the log line that says why the video failed, when one was written
     int64_t picturesRendered = 0;
     int64_t picturesReused = 0;
     bool cancelled = false; // the ticket was called off; nothing was written

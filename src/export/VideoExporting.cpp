@@ -121,11 +121,14 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
             return;
 
         if (result.threw) {
-            logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(result.exceptionLog));
-            postToMain([live, editor, text = result.exceptionText] {
+            const QString exceptionLine = QStringLiteral("[Export] EXCEPTION: %1").arg(result.exceptionLog);
+            logLine(exceptionLine);
+            const QString reason = result.failureLine.isEmpty() ? exceptionLine : result.failureLine;
+            postToMain([live, editor, text = result.exceptionText, reason] {
                 if (!live())
                     return;
                 editor->setIsSavingProject(false);
+                emit editor->exportFailed(reason);
                 editor->environment().dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
                                                      text);
             });
@@ -150,7 +153,8 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                 const std::shared_ptr<PartialVideoFile> video = result.video;
                 muxAudioIntoVideo(
                         video->path(), *audioPath,
-                        [live, editor, video, destination, frameCount, ticket, recording](bool ok) {
+                        [live, editor, video, destination, frameCount, ticket,
+                         recording](bool ok, const QString& muxFailure) {
                             // Called off during the mux: the video is not put in place, and the
                             // last copy of `video` removes it.
                             if (ticket->isCancelled())
@@ -159,12 +163,17 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                             // move fail, the destination keeps what it had.
                             QString placeError;
                             const bool placed = video->commit(&placeError);
+                            const QString placeLine =
+                                    QStringLiteral("[Export] EXCEPTION: %1").arg(placeError);
                             if (!placed)
-                                logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(placeError));
-                            postToMain([live, editor, destination, frameCount, ok, placed, placeError] {
+                                logLine(placeLine);
+                            postToMain([live, editor, destination, frameCount, ok, placed, placeError,
+                                        reason = placed ? muxFailure : placeLine] {
                                 if (!live())
                                     return;
                                 editor->setIsSavingProject(false);
+                                if (!placed || !ok)
+                                    emit editor->exportFailed(reason);
                                 Dialogs* alerts = editor->environment().dialogs;
                                 if (!placed) {
                                     alerts->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
@@ -194,11 +203,15 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                             AlertStyle::informational, QStringLiteral("Export kész!"),
                             QStringLiteral("%1 frame exportálva:\n%2").arg(frameCount).arg(destination));
                 } else {
-                    logLine(QStringLiteral("[Export] EXCEPTION: %1").arg(placeError));
+                    const QString placeLine = QStringLiteral("[Export] EXCEPTION: %1").arg(placeError);
+                    logLine(placeLine);
+                    emit editor->exportFailed(placeLine);
                     dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"), placeError);
                 }
             } else {
                 editor->setIsSavingProject(false);
+                if (!result.failureLine.isEmpty())
+                    emit editor->exportFailed(result.failureLine);
                 dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
                                result.writerError.isEmpty() ? QStringLiteral("Ismeretlen hiba")
                                                             : result.writerError);

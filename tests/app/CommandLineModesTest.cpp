@@ -183,6 +183,27 @@ TEST(CommandLineModes, UnwritableDestinationExitsWithOneAndTheExportAlert)
     EXPECT_TRUE(run.err.contains(QStringLiteral("[Export] "))) << run.err.toStdString();
 }
 
+TEST(CommandLineModes, AFailedMuxPrintsItsOwnReasonAndNoOtherLogLines)
+{
+    QTemporaryDir parent;
+    // A folder whose name holds the word "hiba": the lines that only name a path in it are
+    // not reasons and stay on standard output.
+    const QString folder = parent.filePath(QStringLiteral("hibajegyek"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), folder}).exitCode, 0);
+    const QString output = QDir(folder).filePath(QStringLiteral("out.mov"));
+    const ProcessRun run =
+            runVornik({QStringLiteral("--export"), QDir(folder).filePath(QStringLiteral("demo.vnk")), output},
+                      {{QStringLiteral("VORNIK_TEST_FAULT"), QStringLiteral("mux")}});
+    EXPECT_EQ(run.exitCode, 2) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Video OK, audio hiba!"))) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("[Audio] Export hiba: injected fault at mux")))
+            << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("[Export] Célfile: ") + output)) << run.out.toStdString();
+    EXPECT_FALSE(run.err.contains(QStringLiteral("[Export] Célfile:"))) << run.err.toStdString();
+    EXPECT_TRUE(QFile::exists(output));
+}
+
 TEST(CommandLineModes, HelpVersionAndBadArguments)
 {
     const ProcessRun help = runVornik({QStringLiteral("--help")});
