@@ -1,6 +1,6 @@
-#include "export/FfmpegHandles.h"
 #include "export/PictureConverter.h"
 #include "export/VideoExport.h"
+#include "media/FfmpegHandles.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
 #include "support/VideoProbe.h"

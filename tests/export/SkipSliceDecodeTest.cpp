@@ -1,6 +1,6 @@
-#include "export/FfmpegHandles.h"
 #include "export/H264ParameterSets.h"
 #include "export/SkipSlice.h"
+#include "media/FfmpegHandles.h"
 
 #include <gtest/gtest.h>
 
