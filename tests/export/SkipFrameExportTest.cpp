@@ -3,7 +3,7 @@
 #include "media/FfmpegHandles.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "media/MediaInput.h"
 
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

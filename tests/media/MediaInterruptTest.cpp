@@ -2,7 +2,7 @@
 
 #include "media/FfmpegHandles.h"
 #include "media/MediaInput.h"
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

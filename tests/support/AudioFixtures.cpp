@@ -1,9 +1,9 @@
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include "audio/FloatWavWriter.h"
 #include "media/FfmpegError.h"
 #include "media/FfmpegHandles.h"
-#include "support/ManualAudioPlayer.h"
+#include "tests/support/ManualAudioPlayer.h"
 
 #include <QFile>
 #include <QtEndian>

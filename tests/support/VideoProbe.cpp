@@ -1,4 +1,4 @@
-#include "VideoProbe.h"
+#include "tests/support/VideoProbe.h"
 
 #include "media/FfmpegHandles.h"
 #include "media/MediaInput.h"
