@@ -9,7 +9,7 @@
 //   bench_audio_load [runs=5] [--keep FILE.mp3]
 #include "audio/ClockAudioPlayer.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <QCoreApplication>
 #include <QDir>

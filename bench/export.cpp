@@ -17,10 +17,10 @@
 #include "export/VideoExport.h"
 #include "export/VideoWriter.h"
 #include "render/FrameSnapshot.h"
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
 #include "support/ScriptedDialogs.h"
-#include "support/VideoProbe.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,5 +1,9 @@
 #include "audio/AudioDecoder.h"
 
+#include "media/CodecExchange.h"
+#include "media/FfmpegError.h"
+#include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
 #include "support/Log.h"
 
 #include <QFile>
@@ -8,51 +12,16 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
-#include <memory>
 #include <new>
 
 namespace {
 
-// FFmpeg objects, each freed through its own av_*_free.
-struct FormatContextDeleter {
-    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-struct CodecContextDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct IoContextDeleter {
-    void operator()(AVIOContext* io) const
-    {
-        av_freep(&io->buffer);
-        avio_context_free(&io);
-    }
-};
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct ResamplerDeleter {
-    void operator()(SwrContext* context) const { swr_free(&context); }
-};
-
-using FormatContextPtr = std::unique_ptr<AVFormatContext, FormatContextDeleter>;
-using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
-using IoContextPtr = std::unique_ptr<AVIOContext, IoContextDeleter>;
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
-using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
-
 QString ffmpegError(int code)
 {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
-    return QString::fromUtf8(text);
+    return ffmpegErrorText(code);
 }
 
 int readPacket(void* opaque, uint8_t* buffer, int size)
@@ -117,12 +86,15 @@ public:
     int64_t lengthTolerance() const { return av_get_exact_bits_per_sample(m_codec->codec_id) > 0 ? 0 : 8192; }
 
 private:
+    FrameSink frameTaker(QString* error);
     bool receiveFrames(QString* error);
     bool appendFrame(const AVFrame& frame, QString* error);
 
     IoContextPtr m_io;
-    FormatContextPtr m_format;
+    MediaInput m_input;
+    AVFormatContext* m_format = nullptr; // m_input's
     CodecContextPtr m_codec;
+    FramePtr m_frame;
     ResamplerPtr m_resampler;
     int m_streamIndex = -1;
     DecodeReceiver& m_receiver;
@@ -148,36 +120,20 @@ bool Session::open(QIODevice& device, QString* error)
         return false;
     }
 
-    AVFormatContext* format = avformat_alloc_context();
-    if (!format) {
-        *error = ffmpegError(AVERROR(ENOMEM));
-        return false;
-    }
-    format->pb = m_io.get();
-    format->flags |= AVFMT_FLAG_CUSTOM_IO;
-    // avformat_open_input frees the context itself on failure.
-    if (const int result = avformat_open_input(&format, nullptr, nullptr, nullptr); result < 0) {
+    if (const int result = openMediaInput(m_input, m_io.get(), AVMEDIA_TYPE_AUDIO, StreamDecoder::needed);
+        result < 0) {
         *error = ffmpegError(result);
         return false;
     }
-    m_format.reset(format);
-    if (const int result = avformat_find_stream_info(format, nullptr); result < 0) {
-        *error = ffmpegError(result);
-        return false;
-    }
-
-    const AVCodec* decoder = nullptr;
-    m_streamIndex = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
-    if (m_streamIndex < 0) {
-        *error = ffmpegError(m_streamIndex);
-        return false;
-    }
+    m_format = m_input.format.get();
+    m_streamIndex = m_input.streamIndex;
+    const AVCodec* decoder = m_input.decoder;
     m_codec.reset(avcodec_alloc_context3(decoder));
     if (!m_codec) {
         *error = ffmpegError(AVERROR(ENOMEM));
         return false;
     }
-    const AVStream* stream = format->streams[m_streamIndex];
+    const AVStream* stream = m_input.stream();
     if (const int result = avcodec_parameters_to_context(m_codec.get(), stream->codecpar); result < 0) {
         *error = ffmpegError(result);
         return false;
@@ -274,32 +230,27 @@ bool Session::appendFrame(const AVFrame& frame, QString* error)
     return true;
 }
 
+// Hands each decoded frame on; a frame that cannot be taken stops the exchange.
+FrameSink Session::frameTaker(QString* error)
+{
+    return [this, error](AVFrame* frame) { return appendFrame(*frame, error) ? 0 : kStoppedBySink; };
+}
+
 bool Session::receiveFrames(QString* error)
 {
-    FramePtr frame(av_frame_alloc());
-    if (!frame) {
-        *error = ffmpegError(AVERROR(ENOMEM));
+    if (const int result = ::receiveFrames(m_codec.get(), m_frame.get(), frameTaker(error)); result < 0) {
+        if (result != kStoppedBySink)
+            *error = ffmpegError(result);
         return false;
     }
-    while (true) {
-        const int result = avcodec_receive_frame(m_codec.get(), frame.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return true;
-        if (result < 0) {
-            *error = ffmpegError(result);
-            return false;
-        }
-        const bool appended = appendFrame(*frame, error);
-        av_frame_unref(frame.get());
-        if (!appended)
-            return false;
-    }
+    return true;
 }
 
 bool Session::decodeAll(QString* error)
 {
     PacketPtr packet(av_packet_alloc());
-    if (!packet) {
+    m_frame.reset(av_frame_alloc());
+    if (!packet || !m_frame) {
         *error = ffmpegError(AVERROR(ENOMEM));
         return false;
     }
@@ -309,7 +260,7 @@ bool Session::decodeAll(QString* error)
             *error = QStringLiteral("megszakítva");
             return false;
         }
-        const int read = av_read_frame(m_format.get(), packet.get());
+        const int read = av_read_frame(m_format, packet.get());
         if (read == AVERROR_EOF)
             break;
         if (read < 0) {
@@ -318,9 +269,11 @@ bool Session::decodeAll(QString* error)
             break;
         }
         if (packet->stream_index == m_streamIndex) {
-            const int sent = avcodec_send_packet(m_codec.get(), packet.get());
+            const int sent = sendPacket(m_codec.get(), packet.get(), m_frame.get(), frameTaker(error));
             // A damaged packet is skipped the way players skip it; the stream goes on.
-            if (sent < 0 && sent != AVERROR(EAGAIN) && sent != AVERROR_INVALIDDATA) {
+            if (sent == kStoppedBySink) {
+                ok = false;
+            } else if (sent < 0 && sent != AVERROR_INVALIDDATA) {
                 *error = ffmpegError(sent);
                 ok = false;
             }
@@ -330,8 +283,8 @@ bool Session::decodeAll(QString* error)
             ok = receiveFrames(error);
     }
     // Flush the decoder with an empty packet so its last frames come out.
-    if (avcodec_send_packet(m_codec.get(), nullptr) >= 0) {
-        QString flushError;
+    QString flushError;
+    if (sendPacket(m_codec.get(), nullptr, m_frame.get(), frameTaker(&flushError)) >= 0) {
         if (!receiveFrames(&flushError) && ok) {
             *error = flushError;
             ok = false;

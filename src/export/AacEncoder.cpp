@@ -1,12 +1,18 @@
 #include "export/AacEncoder.h"
 
-#include "export/FfmpegHandles.h"
+#include "media/CodecExchange.h"
+#include "media/CodecOpening.h"
+#include "media/FfmpegError.h"
+#include "media/MediaInput.h"
+#include "media/MediaInterrupt.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 #include <libavutil/audio_fifo.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
@@ -32,19 +38,12 @@ int aacSampleRate(int sourceRate)
     return kFallbackSampleRate;
 }
 
-struct ResamplerDeleter {
-    void operator()(SwrContext* context) const { swr_free(&context); }
-};
-struct FifoDeleter {
-    void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
-};
-using ResamplerPtr = std::unique_ptr<SwrContext, ResamplerDeleter>;
-using FifoPtr = std::unique_ptr<AVAudioFifo, FifoDeleter>;
-
 // One pass over the source: demux, decode, convert to planar float, collect AAC frames.
 class Session {
 public:
-    Session() = default;
+    explicit Session(const std::atomic<bool>* cancelled)
+        : m_interrupt(cancelled)
+    {}
     ~Session() { av_channel_layout_uninit(&m_sourceLayout); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -55,17 +54,20 @@ public:
 
 private:
     bool openEncoder(QString* error);
+    FrameSink frameTaker(QString* error);
     bool decodeAvailable(QString* error);
     bool openResampler(QString* error);
     bool pushSamples(const AVFrame* decoded, QString* error);
     bool encodeFromFifo(bool flushAll, QString* error);
     bool sendToEncoder(AVFrame* frame, QString* error);
 
-    InputContextPtr m_input;
+    // Lets a called-off encoding stop inside a blocking read.
+    const MediaInterrupt m_interrupt;
+    MediaInput m_input;
     CodecContextPtr m_decoder;
     CodecContextPtr m_encoder;
     ResamplerPtr m_resampler;
-    FifoPtr m_fifo;
+    AudioFifoPtr m_fifo;
     PacketPtr m_packet;
     FramePtr m_decoded;
     int m_streamIndex = -1;
@@ -84,24 +86,17 @@ bool Session::open(const QString& path, double maxDuration, QString* error)
     m_result->sourceModified = info.lastModified();
     m_result->maxDuration = maxDuration;
 
-    AVFormatContext* input = nullptr;
-    const QByteArray pathBytes = QFile::encodeName(path);
-    int result = avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr);
+    int result = openMediaInput(m_input, path, AVMEDIA_TYPE_AUDIO, StreamDecoder::needed, &m_interrupt);
+    if (result == AVERROR_STREAM_NOT_FOUND || result == AVERROR_DECODER_NOT_FOUND) {
+        *error = QStringLiteral("nincs hangsáv");
+        return false;
+    }
     if (result < 0) {
         *error = ffmpegErrorText(result);
         return false;
     }
-    m_input.reset(input);
-    if ((result = avformat_find_stream_info(input, nullptr)) < 0) {
-        *error = ffmpegErrorText(result);
-        return false;
-    }
-    const AVCodec* decoder = nullptr;
-    m_streamIndex = av_find_best_stream(input, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
-    if (m_streamIndex < 0) {
-        *error = QStringLiteral("nincs hangsáv");
-        return false;
-    }
+    m_streamIndex = m_input.streamIndex;
+    const AVCodec* decoder = m_input.decoder;
     m_decoder.reset(avcodec_alloc_context3(decoder));
     m_packet.reset(av_packet_alloc());
     m_decoded.reset(av_frame_alloc());
@@ -109,8 +104,7 @@ bool Session::open(const QString& path, double maxDuration, QString* error)
         *error = ffmpegErrorText(AVERROR(ENOMEM));
         return false;
     }
-    if ((result = avcodec_parameters_to_context(m_decoder.get(), input->streams[m_streamIndex]->codecpar)) <
-                0 ||
+    if ((result = avcodec_parameters_to_context(m_decoder.get(), m_input.stream()->codecpar)) < 0 ||
         (result = avcodec_open2(m_decoder.get(), decoder, nullptr)) < 0) {
         *error = ffmpegErrorText(result);
         return false;
@@ -159,9 +153,17 @@ bool Session::openEncoder(QString* error)
     encoder->time_base = AVRational{1, encoder->sample_rate};
     // QuickTime keeps the decoder configuration in the sample description.
     encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    int result = avcodec_open2(encoder, codec, nullptr);
+    QString leftovers;
+    int result = openCodec(encoder, codec, DictionaryPtr(), &leftovers);
     if (result < 0) {
-        *error = QStringLiteral("az AAC kódoló nem indítható: %1").arg(ffmpegErrorText(result));
+        *error = QStringLiteral("az AAC kódoló nem indítható: %1")
+                         .arg(leftovers.isEmpty() ? ffmpegErrorText(result) : leftovers);
+        return false;
+    }
+    // The queue below hands the encoder frames of exactly this size; without one there is
+    // nothing to cut the samples into.
+    if (encoder->frame_size <= 0) {
+        *error = QStringLiteral("az AAC kódoló nem indítható: ismeretlen keretméret");
         return false;
     }
     m_fifo.reset(av_audio_fifo_alloc(AV_SAMPLE_FMT_FLTP, channels, encoder->frame_size * 4));
@@ -172,8 +174,8 @@ bool Session::openEncoder(QString* error)
     m_result->sampleRate = encoder->sample_rate;
     m_result->channelCount = channels;
     m_result->bitRate = encoder->bit_rate;
-    m_result->parameters = avcodec_parameters_alloc();
-    if (!m_result->parameters || avcodec_parameters_from_context(m_result->parameters, encoder) < 0) {
+    m_result->parameters.reset(avcodec_parameters_alloc());
+    if (!m_result->parameters || avcodec_parameters_from_context(m_result->parameters.get(), encoder) < 0) {
         *error = ffmpegErrorText(AVERROR(ENOMEM));
         return false;
     }
@@ -253,27 +255,24 @@ bool Session::pushSamples(const AVFrame* decoded, QString* error)
 
 bool Session::sendToEncoder(AVFrame* frame, QString* error)
 {
-    int result = avcodec_send_frame(m_encoder.get(), frame);
-    if (result < 0 && result != AVERROR_EOF) {
+    PacketPtr packet(av_packet_alloc());
+    if (!packet) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    const PacketSink spool = [this, error](AVPacket* encoded) {
+        return m_result->appendPacket(*encoded, error) ? 0 : kStoppedBySink;
+    };
+    int result = ::sendFrame(m_encoder.get(), frame, packet.get(), spool);
+    if (result >= 0 || result == AVERROR_EOF)
+        result = receivePackets(m_encoder.get(), packet.get(), spool);
+    if (result == kStoppedBySink)
+        return false;
+    if (result < 0) {
         *error = QStringLiteral("AAC kódolási hiba: %1").arg(ffmpegErrorText(result));
         return false;
     }
-    while (true) {
-        PacketPtr packet(av_packet_alloc());
-        if (!packet) {
-            *error = ffmpegErrorText(AVERROR(ENOMEM));
-            return false;
-        }
-        result = avcodec_receive_packet(m_encoder.get(), packet.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return true;
-        if (result < 0) {
-            *error = QStringLiteral("AAC kódolási hiba: %1").arg(ffmpegErrorText(result));
-            return false;
-        }
-        if (!m_result->appendPacket(*packet, error))
-            return false;
-    }
+    return true;
 }
 
 bool Session::encodeFromFifo(bool flushAll, QString* error)
@@ -307,21 +306,20 @@ bool Session::encodeFromFifo(bool flushAll, QString* error)
     return true;
 }
 
+// Each decoded frame is queued for the encoder and encoded as far as whole frames go.
+FrameSink Session::frameTaker(QString* error)
+{
+    return [this, error](AVFrame* decoded) {
+        return pushSamples(decoded, error) && encodeFromFifo(false, error) ? 0 : kStoppedBySink;
+    };
+}
+
 bool Session::decodeAvailable(QString* error)
 {
-    while (true) {
-        const int result = avcodec_receive_frame(m_decoder.get(), m_decoded.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return true;
-        if (result < 0) {
-            *error = ffmpegErrorText(result);
-            return false;
-        }
-        const bool pushed = pushSamples(m_decoded.get(), error);
-        av_frame_unref(m_decoded.get());
-        if (!pushed || !encodeFromFifo(false, error))
-            return false;
-    }
+    const int result = receiveFrames(m_decoder.get(), m_decoded.get(), frameTaker(error));
+    if (result < 0 && result != kStoppedBySink)
+        *error = ffmpegErrorText(result);
+    return result >= 0;
 }
 
 bool Session::run(QString* error, const std::atomic<bool>* cancelled)
@@ -331,7 +329,7 @@ bool Session::run(QString* error, const std::atomic<bool>* cancelled)
             *error = QStringLiteral("megszakítva");
             return false;
         }
-        const int read = av_read_frame(m_input.get(), m_packet.get());
+        const int read = av_read_frame(m_input.format.get(), m_packet.get());
         if (read == AVERROR_EOF)
             break;
         if (read < 0) {
@@ -340,8 +338,10 @@ bool Session::run(QString* error, const std::atomic<bool>* cancelled)
         }
         bool ok = true;
         if (m_packet->stream_index == m_streamIndex) {
-            const int sent = avcodec_send_packet(m_decoder.get(), m_packet.get());
-            if (sent < 0 && sent != AVERROR(EAGAIN) && sent != AVERROR_INVALIDDATA) {
+            const int sent = sendPacket(m_decoder.get(), m_packet.get(), m_decoded.get(), frameTaker(error));
+            if (sent == kStoppedBySink) {
+                ok = false;
+            } else if (sent < 0 && sent != AVERROR_INVALIDDATA) {
                 *error = ffmpegErrorText(sent);
                 ok = false;
             }
@@ -350,7 +350,8 @@ bool Session::run(QString* error, const std::atomic<bool>* cancelled)
         if (!ok || !decodeAvailable(error))
             return false;
     }
-    if (avcodec_send_packet(m_decoder.get(), nullptr) >= 0 && !decodeAvailable(error))
+    const int flushed = sendPacket(m_decoder.get(), nullptr, m_decoded.get(), frameTaker(error));
+    if (flushed == kStoppedBySink || (flushed >= 0 && !decodeAvailable(error)))
         return false;
     // The resampler's filter holds back the last few samples until it is drained.
     if (m_samplesIn < m_maxSamples && !pushSamples(nullptr, error))
@@ -376,10 +377,7 @@ EncodedAudio::EncodedAudio()
     : m_spool(QDir::tempPath() + QStringLiteral("/vornik_aac_XXXXXX.spool"))
 {}
 
-EncodedAudio::~EncodedAudio()
-{
-    avcodec_parameters_free(&parameters);
-}
+EncodedAudio::~EncodedAudio() = default;
 
 bool EncodedAudio::appendPacket(const AVPacket& packet, QString* error)
 {
@@ -456,7 +454,7 @@ bool isSameSource(const EncodedAudio& audio, const QString& path)
 std::shared_ptr<const EncodedAudio> encodeAac(const QString& path, double maxDuration, QString* error,
                                               const std::atomic<bool>* cancelled)
 {
-    Session session;
+    Session session(cancelled);
     QString reason;
     if (!session.open(path, maxDuration, &reason) || !session.run(&reason, cancelled)) {
         if (error)

@@ -5,6 +5,8 @@
 // length of the recording. Any thread; each call is independent.
 #pragma once
 
+#include "media/FfmpegHandles.h"
+
 #include <QDateTime>
 #include <QString>
 #include <QTemporaryFile>
@@ -14,7 +16,6 @@
 #include <memory>
 #include <vector>
 
-struct AVCodecParameters;
 struct AVPacket;
 
 class EncodedAudio {
@@ -35,7 +36,7 @@ public:
     int64_t bitRate = 0; // the encoder's target, bits per second
     int64_t sampleCount = 0;
 
-    AVCodecParameters* parameters = nullptr; // owned
+    CodecParametersPtr parameters;
 
     // Adds a packet (time stamps in 1 / sampleRate) to the spool.
     bool appendPacket(const AVPacket& packet, QString* error);

@@ -1,7 +1,10 @@
 #include "export/AudioMuxer.h"
 
 #include "editor/VideoEditorViewModel.h"
-#include "export/FfmpegHandles.h"
+#include "media/FfmpegError.h"
+#include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
+#include "media/MediaInterrupt.h"
 #include "support/ExceptionText.h"
 #include "support/Log.h"
 
@@ -9,56 +12,43 @@
 #include <QFile>
 #include <QFileInfo>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
-struct OpenedVideo {
-    InputContextPtr input;
-    int streamIndex = -1;
-};
+using OpenedVideo = MediaInput;
 
-std::optional<OpenedVideo> openVideo(const QString& path, const JobToken* ticket = nullptr)
+// `interrupt` (may be null) lets a called-off mux give up a blocking read; it must outlive
+// the opened video.
+std::optional<OpenedVideo> openVideo(const QString& path, const MediaInterrupt* interrupt = nullptr)
 {
-    AVFormatContext* input = avformat_alloc_context();
-    if (!input)
-        return std::nullopt;
-    // A called-off mux must not sit in a blocking read.
-    if (ticket)
-        input->interrupt_callback = {&JobToken::interruptCallback, const_cast<JobToken*>(ticket)};
-    const QByteArray pathBytes = QFile::encodeName(path);
-    if (avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr) < 0)
-        return std::nullopt;
     OpenedVideo video;
-    video.input.reset(input);
-    if (avformat_find_stream_info(input, nullptr) < 0)
-        return std::nullopt;
-    video.streamIndex = av_find_best_stream(input, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (video.streamIndex < 0)
+    if (openMediaInput(video, path, AVMEDIA_TYPE_VIDEO, StreamDecoder::notNeeded, interrupt) < 0)
         return std::nullopt;
     return video;
 }
 
 double streamDuration(const OpenedVideo& video)
 {
-    const AVStream* stream = video.input->streams[video.streamIndex];
+    const AVStream* stream = video.stream();
     if (stream->duration > 0)
         return static_cast<double>(stream->duration) * av_q2d(stream->time_base);
-    if (video.input->duration > 0)
-        return static_cast<double>(video.input->duration) / AV_TIME_BASE;
+    if (video.format->duration > 0)
+        return static_cast<double>(video.format->duration) / AV_TIME_BASE;
     return 0.0;
 }
 
 bool hasAudioStream(const QString& path)
 {
-    AVFormatContext* input = nullptr;
-    const QByteArray pathBytes = QFile::encodeName(path);
-    if (avformat_open_input(&input, pathBytes.constData(), nullptr, nullptr) < 0)
-        return false;
-    InputContextPtr owned(input);
-    if (avformat_find_stream_info(input, nullptr) < 0)
-        return false;
-    return av_find_best_stream(input, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+    MediaInput input;
+    return openMediaInput(input, path, AVMEDIA_TYPE_AUDIO, StreamDecoder::notNeeded) >= 0;
 }
 
 // The encoded audio to use: the prepared one when it was made from this very file and cut
@@ -105,12 +95,14 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
                     QString* error, const JobToken* ticket)
 {
     error->clear();
-    std::optional<OpenedVideo> video = openVideo(videoPath, ticket);
+    // A called-off mux must not sit in a blocking read or write.
+    const MediaInterrupt interrupt(ticket ? &ticket->cancelledFlag() : nullptr);
+    std::optional<OpenedVideo> video = openVideo(videoPath, &interrupt);
     if (!video) {
         *error = QStringLiteral("A videó nem olvasható");
         return false;
     }
-    const AVStream* videoIn = video->input->streams[video->streamIndex];
+    const AVStream* videoIn = video->stream();
 
     AVFormatContext* rawOutput = nullptr;
     const QByteArray outputBytes = QFile::encodeName(outputPath);
@@ -123,7 +115,7 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     AVStream* videoOut = avformat_new_stream(rawOutput, nullptr);
     AVStream* audioOut = avformat_new_stream(rawOutput, nullptr);
     if (!videoOut || !audioOut || avcodec_parameters_copy(videoOut->codecpar, videoIn->codecpar) < 0 ||
-        avcodec_parameters_copy(audioOut->codecpar, audio.parameters) < 0) {
+        avcodec_parameters_copy(audioOut->codecpar, audio.parameters.get()) < 0) {
         *error = ffmpegErrorText(AVERROR(ENOMEM));
         return false;
     }
@@ -134,8 +126,7 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     const AVRational audioTimeBase{1, audio.sampleRate};
     audioOut->time_base = audioTimeBase;
 
-    if (ticket)
-        rawOutput->interrupt_callback = {&JobToken::interruptCallback, const_cast<JobToken*>(ticket)};
+    interrupt.installOn(rawOutput);
     if ((result = avio_open2(&rawOutput->pb, outputBytes.constData(), AVIO_FLAG_WRITE,
                              &rawOutput->interrupt_callback, nullptr)) < 0) {
         *error = QStringLiteral("A fájl nem hozható létre: %1").arg(ffmpegErrorText(result));
@@ -144,7 +135,10 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     AVDictionary* options = nullptr;
     av_dict_set(&options, "movflags", "+faststart", 0);
     result = avformat_write_header(rawOutput, &options);
-    av_dict_free(&options);
+    // What the muxer hands back holds the options it did not take.
+    const DictionaryPtr unused(options);
+    if (result >= 0 && av_dict_count(unused.get()) > 0)
+        result = AVERROR_OPTION_NOT_FOUND;
     if (result < 0) {
         *error = QStringLiteral("A fájl fejléce nem írható: %1").arg(ffmpegErrorText(result));
         return false;
@@ -160,7 +154,7 @@ bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const Q
     }
     auto readVideo = [&]() -> int {
         while (true) {
-            const int read = av_read_frame(video->input.get(), videoPacket.get());
+            const int read = av_read_frame(video->format.get(), videoPacket.get());
             if (read < 0)
                 return read;
             if (videoPacket->stream_index == video->streamIndex)
@@ -275,14 +269,14 @@ void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath, MuxCo
             return;
         }
         logLine(QStringLiteral("[Audio] Export kész, fájl csere..."));
-        QFile silent(videoPath);
-        if (!silent.remove()) {
-            failMux(completion, QStringLiteral("[Audio] Fájl csere hiba: %1").arg(silent.errorString()));
-            return;
-        }
-        QFile muxed(temporaryPath);
-        if (!muxed.rename(videoPath)) {
-            failMux(completion, QStringLiteral("[Audio] Fájl csere hiba: %1").arg(muxed.errorString()));
+        // One rename replaces the silent video: there is no moment without a video at its
+        // path, and a failed swap leaves the silent one in place.
+        std::error_code swapError;
+        std::filesystem::rename(std::filesystem::path(QFile::encodeName(temporaryPath).toStdString()),
+                                std::filesystem::path(QFile::encodeName(videoPath).toStdString()), swapError);
+        if (swapError) {
+            failMux(completion, QStringLiteral("[Audio] Fájl csere hiba: %1")
+                                        .arg(QString::fromLocal8Bit(swapError.message().c_str())));
             return;
         }
         logLine(QStringLiteral("[Audio] Audio hozzáadva!"));

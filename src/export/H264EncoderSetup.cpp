@@ -1,7 +1,10 @@
 #include "export/H264EncoderSetup.h"
 
+#include "media/CodecOpening.h"
+#include "media/FfmpegError.h"
+
 extern "C" {
-#include <libavutil/opt.h>
+#include <libavcodec/avcodec.h>
 }
 
 CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse use, QString* error)
@@ -35,20 +38,30 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
     // flight; two keep both cores busy with less memory (the export's renderer is a thread
     // of its own too).
     context->thread_count = 2;
-    av_opt_set(context->priv_data, "preset", "veryfast", 0);
-    av_opt_set(context->priv_data, "tune", "stillimage", 0);
-    av_opt_set(context->priv_data, "crf", "18", 0);
-    av_opt_set(context->priv_data, "profile", "high", 0);
+    DictionaryPtr options;
+    int result = 0;
+    auto set = [&options, &result](const char* key, const char* value) {
+        if (result >= 0)
+            result = setOption(options, key, value);
+    };
+    set("preset", "veryfast");
+    set("tune", "stillimage");
+    set("crf", "18");
+    set("profile", "high");
     if (use == H264EncoderUse::stretches) {
         // Skip pictures refer to the one picture before them. A stretch of changing frames
         // is short (a fade, a page turn), so a short rate-control lookahead loses little and
         // holds fewer pictures in memory.
         context->max_b_frames = 0;
-        av_opt_set(context->priv_data, "x264-params", "ref=1:rc-lookahead=5", 0);
-        av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
+        set("x264-params", "ref=1:rc-lookahead=5");
+        set("forced-idr", "1");
     }
-    const int result = avcodec_open2(context, codec, nullptr);
     if (result < 0)
-        return refuse(QStringLiteral("A H.264 kódoló nem indítható: %1").arg(ffmpegErrorText(result)));
+        return refuse(ffmpegErrorText(result));
+    QString leftovers;
+    result = openCodec(context, codec, std::move(options), &leftovers);
+    if (result < 0)
+        return refuse(QStringLiteral("A H.264 kódoló nem indítható: %1")
+                              .arg(leftovers.isEmpty() ? ffmpegErrorText(result) : leftovers));
     return encoder;
 }

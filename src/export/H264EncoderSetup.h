@@ -3,7 +3,7 @@
 // SPS/PPS in the extradata (global header). Any thread; the caller owns the context.
 #pragma once
 
-#include "export/FfmpegHandles.h"
+#include "media/FfmpegHandles.h"
 
 #include <QString>
 

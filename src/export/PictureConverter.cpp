@@ -1,8 +1,7 @@
 #include "export/PictureConverter.h"
 
-#include "export/FfmpegHandles.h"
-
 extern "C" {
+#include <libavutil/frame.h>
 #include <libswscale/swscale.h>
 }
 
@@ -10,19 +9,16 @@ PictureConverter::PictureConverter(int width, int height)
     : m_width(width)
     , m_height(height)
 {
-    m_scaler = sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUV420P,
-                              SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
+    m_scaler.reset(sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUV420P,
+                                  SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
     if (m_scaler) {
         // Full-range RGB in, BT.709 limited-range YUV out: what players assume for HD video.
         const int* bt709 = sws_getCoefficients(SWS_CS_ITU709);
-        sws_setColorspaceDetails(m_scaler, bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
+        sws_setColorspaceDetails(m_scaler.get(), bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
     }
 }
 
-PictureConverter::~PictureConverter()
-{
-    sws_freeContext(m_scaler);
-}
+PictureConverter::~PictureConverter() = default;
 
 VideoPicture PictureConverter::convert(const QImage& canvas)
 {
@@ -46,7 +42,7 @@ VideoPicture PictureConverter::convert(const QImage& canvas)
         return nullptr;
     const uint8_t* sourcePlanes[1] = {canvas.constBits()};
     const int sourceStrides[1] = {static_cast<int>(canvas.bytesPerLine())};
-    if (sws_scale(m_scaler, sourcePlanes, sourceStrides, 0, m_height, frame->data, frame->linesize) !=
+    if (sws_scale(m_scaler.get(), sourcePlanes, sourceStrides, 0, m_height, frame->data, frame->linesize) !=
         m_height)
         return nullptr;
     return VideoPicture(frame.release(), [](const AVFrame* done) {

@@ -3,10 +3,9 @@
 #pragma once
 
 #include "export/VideoPicture.h"
+#include "media/FfmpegHandles.h"
 
 #include <QImage>
-
-struct SwsContext;
 
 class PictureConverter {
 public:
@@ -22,5 +21,5 @@ public:
 private:
     int m_width;
     int m_height;
-    SwsContext* m_scaler = nullptr;
+    ScalerPtr m_scaler;
 };

@@ -1,10 +1,17 @@
 #include "export/VideoWriter.h"
 
-#include "export/FfmpegHandles.h"
 #include "export/H264EncoderSetup.h"
 #include "export/SkipSlice.h"
+#include "media/CodecExchange.h"
+#include "media/FfmpegError.h"
+#include "media/FfmpegHandles.h"
 
 #include <QFile>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
 
 #include <cstring>
 
@@ -125,39 +132,57 @@ bool VideoWriter::startWriting()
     // The index goes to the front of the file so that the video starts playing at once.
     av_dict_set(&options, "movflags", "+faststart", 0);
     result = avformat_write_header(output, &options);
-    av_dict_free(&options);
+    // What the muxer hands back holds the options it did not take.
+    const DictionaryPtr unused(options);
     if (result < 0)
         return fail(QStringLiteral("A videófájl fejléce nem írható"), result);
+    if (av_dict_count(unused.get()) > 0)
+        return fail(QStringLiteral("A videófájl fejléce nem írható"), AVERROR_OPTION_NOT_FOUND);
     m_status = VideoWriterStatus::writing;
     return true;
 }
 
-bool VideoWriter::drainPackets(std::vector<uint8_t>* lastPacket)
+int VideoWriter::writeEncodedPacket(AVPacket* packet, std::vector<uint8_t>* lastPacket)
 {
+    const AVCodecContext* context = m_encoder->codec.get();
+    if (lastPacket) {
+        // The still stretch's IDR is the encoder's last packet; it is kept for resending.
+        if (packet->flags & AV_PKT_FLAG_KEY)
+            lastPacket->assign(packet->data, packet->data + packet->size);
+        else
+            lastPacket->clear();
+    }
+    // Each frame lasts one tick of 1/fps; without it the last frame would have no length.
+    packet->duration = 1;
+    av_packet_rescale_ts(packet, context->time_base, m_encoder->stream->time_base);
+    packet->stream_index = m_encoder->stream->index;
+    const int result = av_interleaved_write_frame(m_encoder->output.get(), packet);
+    if (result < 0) {
+        fail(QStringLiteral("A videófájl írása sikertelen"), result);
+        return kStoppedBySink;
+    }
+    ++m_packetsWritten;
+    return 0;
+}
+
+bool VideoWriter::exchange(const AVFrame* frame, std::vector<uint8_t>* lastPacket, const QString& what)
+{
+    const PacketSink write = [this, lastPacket](AVPacket* packet) {
+        return writeEncodedPacket(packet, lastPacket);
+    };
     AVCodecContext* context = m_encoder->codec.get();
     AVPacket* packet = m_encoder->packet.get();
-    while (true) {
-        int result = avcodec_receive_packet(context, packet);
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return true;
-        if (result < 0)
-            return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
-        if (lastPacket) {
-            // The still stretch's IDR is the encoder's last packet; it is kept for resending.
-            if (packet->flags & AV_PKT_FLAG_KEY)
-                lastPacket->assign(packet->data, packet->data + packet->size);
-            else
-                lastPacket->clear();
-        }
-        // Each frame lasts one tick of 1/fps; without it the last frame would have no length.
-        packet->duration = 1;
-        av_packet_rescale_ts(packet, context->time_base, m_encoder->stream->time_base);
-        packet->stream_index = m_encoder->stream->index;
-        result = av_interleaved_write_frame(m_encoder->output.get(), packet);
-        if (result < 0)
-            return fail(QStringLiteral("A videófájl írása sikertelen"), result);
-        ++m_packetsWritten;
-    }
+    int result = sendFrame(context, frame, packet, write);
+    if (result == kStoppedBySink)
+        return false;
+    if (result < 0)
+        return fail(what, result);
+    result = receivePackets(context, packet, write);
+    if (result == kStoppedBySink)
+        return false;
+    if (result < 0)
+        return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
+    return true;
 }
 
 bool VideoWriter::sendToEncoder(const VideoPicture& picture, int64_t frameIndex, bool idr)
@@ -168,11 +193,9 @@ bool VideoWriter::sendToEncoder(const VideoPicture& picture, int64_t frameIndex,
         return fail(QStringLiteral("A képkocka nem adható át"), result);
     frame->pts = frameIndex;
     frame->pict_type = idr ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
-    result = avcodec_send_frame(m_encoder->codec.get(), frame);
+    const bool sent = exchange(frame, nullptr, QStringLiteral("A H.264 kódolás sikertelen"));
     av_frame_unref(frame);
-    if (result < 0)
-        return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
-    return drainPackets();
+    return sent;
 }
 
 bool VideoWriter::openStretchEncoder()
@@ -195,10 +218,7 @@ bool VideoWriter::openStretchEncoder()
 
 bool VideoWriter::endStretchEncoder(std::vector<uint8_t>* lastPacket)
 {
-    int result = avcodec_send_frame(m_encoder->codec.get(), nullptr);
-    if (result < 0)
-        return fail(QStringLiteral("A H.264 kódolás lezárása sikertelen"), result);
-    const bool drained = drainPackets(lastPacket);
+    const bool drained = exchange(nullptr, lastPacket, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
     m_encoder->codec.reset();
     return drained;
 }
@@ -282,10 +302,8 @@ void VideoWriter::finishWriting()
             endStretchEncoder(nullptr);
         m_heldPicture.reset();
         m_previousPicture.reset();
-    } else if ((result = avcodec_send_frame(m_encoder->codec.get(), nullptr)) < 0) {
-        fail(QStringLiteral("A H.264 kódolás lezárása sikertelen"), result);
     } else {
-        drainPackets();
+        exchange(nullptr, nullptr, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
     }
     AVFormatContext* output = m_encoder->output.get();
     if (m_status == VideoWriterStatus::writing) {

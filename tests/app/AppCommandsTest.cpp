@@ -1,4 +1,4 @@
-#include "ui/WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
 #include "app/AppCommands.h"
 #include "app/AppDelegate.h"

@@ -1,7 +1,7 @@
 // The command-line modes of the real program, run as a separate process.
 #include "project/ProjectFormat.h"
-#include "support/ExportFixtures.h"
-#include "support/VideoProbe.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

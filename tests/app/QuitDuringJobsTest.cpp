@@ -2,9 +2,9 @@
 // leaves no temporary file, touches no destination and shows no alert; the quit autosave is
 // written as always.
 #include "app/AppDelegate.h"
-#include "support/HostileFiles.h"
-#include "support/JobFixtures.h"
 #include "support/Log.h"
+#include "tests/support/HostileFiles.h"
+#include "tests/support/JobFixtures.h"
 
 #include <QElapsedTimer>
 #include <QFile>

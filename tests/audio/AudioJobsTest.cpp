@@ -3,9 +3,9 @@
 // failure line, and only the current recording's WAV stays on the disk.
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -3,11 +3,11 @@
 #include "audio/Loudness.h"
 #include "audio/Waveform.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
 #include "support/CheckedConversions.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "editor/VideoEditorViewModel.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
-#include "support/PlaybackFixtures.h"
-#include "support/ProjectFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 

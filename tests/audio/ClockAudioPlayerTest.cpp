@@ -1,8 +1,8 @@
 #include "audio/ClockAudioPlayer.h"
 #include "audio/DefaultAudioPlayerFactory.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

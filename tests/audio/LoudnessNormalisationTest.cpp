@@ -1,7 +1,7 @@
 #include "audio/LoudnessNormalisation.h"
 #include "audio/ProcessedAudioBuilder.h"
 #include "audio/SilenceRendering.h"
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

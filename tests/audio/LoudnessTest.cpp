@@ -1,7 +1,7 @@
 #include "audio/Loudness.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
 #include "support/Log.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

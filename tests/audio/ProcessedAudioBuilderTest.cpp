@@ -2,7 +2,7 @@
 #include "audio/AudioDecoder.h"
 #include "audio/Loudness.h"
 #include "audio/SilenceRendering.h"
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "audio/SilenceRendering.h"
 #include "audio/AudioDecoder.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
 #include "support/Log.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
 

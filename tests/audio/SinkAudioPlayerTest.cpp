@@ -2,8 +2,8 @@
 // test in a private runtime folder, so it runs the same on a desktop and in CI.
 #include "audio/SinkAudioPlayer.h"
 #include "audio/DefaultAudioPlayerFactory.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -4,11 +4,11 @@
 // keep the recording in use and the project files as they were, and work again once there is
 // room.
 #include "editor/VideoEditorViewModel.h"
-#include "support/EventLoop.h"
-#include "support/FaultFixtures.h"
 #include "support/Log.h"
-#include "support/PlaybackFixtures.h"
-#include "support/ProjectFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/FaultFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "audio/Waveform.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

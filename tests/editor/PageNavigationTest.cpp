@@ -1,4 +1,4 @@
-#include "support/PlaybackFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

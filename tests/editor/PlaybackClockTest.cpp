@@ -1,5 +1,5 @@
-#include "support/EventLoop.h"
-#include "support/PlaybackFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "render/Placement.h"
-#include "support/PlaybackFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

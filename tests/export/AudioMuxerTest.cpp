@@ -1,9 +1,9 @@
 #include "export/AudioMuxer.h"
 #include "export/AacEncoder.h"
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -2,11 +2,11 @@
 // destination and put in its place only when finished, so a file already there survives a
 // failed or abandoned export byte for byte and is replaced only by a finished video; no
 // temporary file outlives the export; the log and the alerts still name the destination.
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
-#include "support/FaultFixtures.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/FaultFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

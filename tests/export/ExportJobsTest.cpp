@@ -1,8 +1,8 @@
 // The export as a background job: it keeps the recording it started with whatever the user
 // does meanwhile, and a failure inside it or its mux ends in the usual alert.
-#include "support/JobFixtures.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/JobFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <QFileInfo>
 

@@ -1,10 +1,10 @@
 #include "audio/AudioDecoder.h"
 #include "export/AudioMuxer.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 namespace {
 
 std::vector<uint8_t> extradataOf(int width, int height, H264EncoderUse use)

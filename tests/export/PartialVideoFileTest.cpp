@@ -1,5 +1,5 @@
 #include "export/PartialVideoFile.h"
-#include "support/FaultFixtures.h"
+#include "tests/support/FaultFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "export/FfmpegHandles.h"
 #include "export/PictureConverter.h"
 #include "export/VideoExport.h"
+#include "media/FfmpegHandles.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
-#include "support/StrictDecoder.h"
-#include "support/VideoProbe.h"
+#include "tests/support/StrictDecoder.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "export/FfmpegHandles.h"
 #include "export/H264ParameterSets.h"
 #include "export/SkipSlice.h"
-#include "support/StrictDecoder.h"
+#include "media/FfmpegHandles.h"
+#include "tests/support/StrictDecoder.h"
 
 #include <gtest/gtest.h>
 

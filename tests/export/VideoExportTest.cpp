@@ -1,7 +1,7 @@
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
 #include "support/Log.h"
-#include "support/VideoProbe.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "export/VideoWriter.h"
 #include "export/PictureConverter.h"
-#include "support/ExportFixtures.h"
-#include "support/VideoProbe.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

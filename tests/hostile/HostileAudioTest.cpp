@@ -2,8 +2,8 @@
 // with a header that claims 4 GB of samples, each dropped on the editor (loadAudio) in a
 // child process. Every load must end, successfully or with "[Audio] Hiba betöltéskor: ",
 // within ten seconds and without taking a gigabyte of memory.
-#include "support/AudioFixtures.h"
-#include "support/HostileFiles.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/HostileFiles.h"
 
 #include <gtest/gtest.h>
 

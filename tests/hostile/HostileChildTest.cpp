@@ -1,6 +1,6 @@
 // The child side of the hostile-file tests: the parent runs this executable again with only
 // this test selected and the case in the environment.
-#include "support/HostileFiles.h"
+#include "tests/support/HostileFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 // or with headers that claim absurd sizes (a 100000 x 100000 picture, a PDF declaring 100000
 // pages), each imported through the sidebar's path (addImage / addPDF) in a child process.
 // A file that cannot be read is ignored silently; nothing may crash, hang or take a gigabyte.
-#include "support/HostileFiles.h"
-#include "support/ImageFixtures.h"
-#include "support/PdfFixtures.h"
+#include "tests/support/HostileFiles.h"
+#include "tests/support/ImageFixtures.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 // "[Load] Hiba: a projekt túl nagy (...), skip" before it can take the memory it claims; a
 // three-hour project still opens.
 #include "project/ProjectFormat.h"
-#include "support/AudioFixtures.h"
-#include "support/HostileFiles.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/HostileFiles.h"
 
 #include <gtest/gtest.h>
 

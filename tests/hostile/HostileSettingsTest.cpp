@@ -4,9 +4,9 @@
 // the project dialog in a child process and exported with the real program's `--export`; both
 // end normally with the settings brought into range, each clamped setting logged.
 #include "project/ProjectFormat.h"
-#include "support/AudioFixtures.h"
-#include "support/HostileFiles.h"
-#include "support/VideoProbe.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/HostileFiles.h"
+#include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // The editor's page import: image files and PDFs, single and paired, the question, bad input.
 #include "editor/VideoEditorViewModel.h"
 #include "images/PagePointSize.h"
-#include "support/HostileFiles.h"
-#include "support/ImageFixtures.h"
 #include "support/Log.h"
-#include "support/PdfFixtures.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/HostileFiles.h"
+#include "tests/support/ImageFixtures.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The editor's page-list edits: remove, delete all, delete by orientation, merge, move.
 #include "editor/VideoEditorViewModel.h"
-#include "support/ImageFixtures.h"
 #include "support/Log.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/ImageFixtures.h"
 
 #include <gtest/gtest.h>
 

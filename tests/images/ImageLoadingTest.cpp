@@ -1,6 +1,6 @@
 #include "images/ImageLoading.h"
-#include "support/ImageFixtures.h"
-#include "support/PdfFixtures.h"
+#include "tests/support/ImageFixtures.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
 

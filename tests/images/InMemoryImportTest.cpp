@@ -2,8 +2,8 @@
 // bytes, a PDF read from a device, and PDF pages rendered at another density.
 #include "images/ImageLoading.h"
 #include "images/PdfRendering.h"
-#include "support/ImageFixtures.h"
-#include "support/PdfFixtures.h"
+#include "tests/support/ImageFixtures.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
 

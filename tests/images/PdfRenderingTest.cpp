@@ -1,7 +1,7 @@
 #include "images/PdfRendering.h"
 #include "images/PagePointSize.h"
-#include "support/HostileFiles.h"
-#include "support/PdfFixtures.h"
+#include "tests/support/HostileFiles.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <gtest/gtest.h>
 

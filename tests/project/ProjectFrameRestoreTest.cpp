@@ -3,9 +3,9 @@
 // them (saved back as loaded) until the recording is loaded again.
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
-#include "support/ProjectFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // The editor's project files: save, load, new project, autosave and autoload, and bad files.
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
-#include "support/PdfFixtures.h"
-#include "support/PlaybackFixtures.h"
-#include "support/ProjectFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PdfFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -3,12 +3,12 @@
 // old one or the new one.
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
-#include "support/FaultFixtures.h"
 #include "support/Log.h"
-#include "support/PlaybackFixtures.h"
-#include "support/ProjectFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
+#include "tests/support/FaultFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 

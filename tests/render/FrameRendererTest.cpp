@@ -1,7 +1,7 @@
 #include "render/FrameRenderer.h"
 #include "render/FrameSnapshot.h"
-#include "support/ExportFixtures.h"
 #include "support/Log.h"
+#include "tests/support/ExportFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "render/TransitionInfo.h"
 #include "render/FrameSnapshot.h"
-#include "support/ExportFixtures.h"
+#include "tests/support/ExportFixtures.h"
 
 #include <gtest/gtest.h>
 

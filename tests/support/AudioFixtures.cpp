@@ -1,7 +1,9 @@
-#include "support/AudioFixtures.h"
+#include "tests/support/AudioFixtures.h"
 
 #include "audio/FloatWavWriter.h"
-#include "support/ManualAudioPlayer.h"
+#include "media/FfmpegError.h"
+#include "media/FfmpegHandles.h"
+#include "tests/support/ManualAudioPlayer.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -23,9 +25,7 @@ namespace {
 
 QString ffmpegError(int code)
 {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
-    return QString::fromUtf8(text);
+    return ffmpegErrorText(code);
 }
 
 AudioBuffer filled(int sampleRate, int channels, int64_t frames,
@@ -40,24 +40,6 @@ AudioBuffer filled(int sampleRate, int channels, int64_t frames,
     }
     return buffer;
 }
-
-struct CodecContextDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct OutputDeleter {
-    void operator()(AVFormatContext* context) const
-    {
-        if (!(context->oformat->flags & AVFMT_NOFILE))
-            avio_closep(&context->pb);
-        avformat_free_context(context);
-    }
-};
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 // Sends one frame (or null to flush) and writes every packet that comes out.
 int encodeAndWrite(AVCodecContext* codec, AVFormatContext* output, AVStream* stream, AVFrame* frame,
@@ -188,9 +170,9 @@ bool encodeGenerated(const QString& path, const QString& encoderName, int sample
     int result = avformat_alloc_output_context2(&rawOutput, nullptr, nullptr, pathBytes.constData());
     if (result < 0 || !rawOutput)
         return fail(ffmpegError(result));
-    std::unique_ptr<AVFormatContext, OutputDeleter> output(rawOutput);
+    OutputContextPtr output(rawOutput);
 
-    std::unique_ptr<AVCodecContext, CodecContextDeleter> codec(avcodec_alloc_context3(encoder));
+    CodecContextPtr codec(avcodec_alloc_context3(encoder));
     if (!codec)
         return fail(QStringLiteral("no codec context"));
     codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
@@ -216,8 +198,8 @@ bool encodeGenerated(const QString& path, const QString& encoderName, int sample
     if ((result = avformat_write_header(output.get(), nullptr)) < 0)
         return fail(ffmpegError(result));
 
-    std::unique_ptr<AVFrame, FrameDeleter> frame(av_frame_alloc());
-    std::unique_ptr<AVPacket, PacketDeleter> packet(av_packet_alloc());
+    FramePtr frame(av_frame_alloc());
+    PacketPtr packet(av_packet_alloc());
     const int frameSize = codec->frame_size > 0 ? codec->frame_size : 1024;
     std::vector<std::vector<float>> planar(static_cast<size_t>(channels));
     for (int64_t start = 0; start < frames; start += frameSize) {

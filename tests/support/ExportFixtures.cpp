@@ -1,9 +1,9 @@
-#include "ExportFixtures.h"
+#include "tests/support/ExportFixtures.h"
 
-#include "EventLoop.h"
 #include "audio/FloatWavWriter.h"
 #include "export/PictureConverter.h"
 #include "export/VideoWriter.h"
+#include "tests/support/EventLoop.h"
 
 #include <QUuid>
 

@@ -1,4 +1,4 @@
-#include "FaultFixtures.h"
+#include "tests/support/FaultFixtures.h"
 
 #include <QDir>
 

@@ -1,10 +1,10 @@
-#include "HostileFiles.h"
+#include "tests/support/HostileFiles.h"
 
-#include "AudioFixtures.h"
-#include "EventLoop.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

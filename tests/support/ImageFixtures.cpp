@@ -1,4 +1,4 @@
-#include "support/ImageFixtures.h"
+#include "tests/support/ImageFixtures.h"
 
 #include "editor/VideoEditorViewModel.h"
 

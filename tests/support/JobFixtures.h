@@ -4,9 +4,9 @@
 #pragma once
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
-#include "support/ExportFixtures.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/ExportFixtures.h"
 
 #include <gtest/gtest.h>
 

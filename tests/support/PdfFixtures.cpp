@@ -1,4 +1,4 @@
-#include "support/PdfFixtures.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <QColor>
 #include <QFile>

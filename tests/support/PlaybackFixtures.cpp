@@ -1,4 +1,4 @@
-#include "PlaybackFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <QUuid>
 

@@ -2,9 +2,9 @@
 // on the spot. For the playback, recording and navigation tests; main thread only.
 #pragma once
 
-#include "ManualAudioPlayer.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/ManualAudioPlayer.h"
 
 #include <QColor>
 #include <QImage>

@@ -1,7 +1,7 @@
-#include "ProjectFixtures.h"
+#include "tests/support/ProjectFixtures.h"
 
-#include "AudioFixtures.h"
-#include "EventLoop.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 
 #include <QFile>
 #include <QImage>

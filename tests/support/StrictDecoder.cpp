@@ -1,4 +1,8 @@
-#include "support/StrictDecoder.h"
+#include "tests/support/StrictDecoder.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
 
 #include <cstring>
 

@@ -3,7 +3,7 @@
 // counts, and every picture it returns is handed over in order.
 #pragma once
 
-#include "export/FfmpegHandles.h"
+#include "media/FfmpegHandles.h"
 
 #include <cstdint>
 #include <functional>

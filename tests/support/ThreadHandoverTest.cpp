@@ -3,7 +3,7 @@
 // reads it on another with only Qt ordering the two, which would be reported otherwise.
 #include "support/ThreadHandover.h"
 
-#include "EventLoop.h"
+#include "tests/support/EventLoop.h"
 
 #include <QCoreApplication>
 #include <QThread>

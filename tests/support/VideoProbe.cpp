@@ -1,4 +1,7 @@
-#include "VideoProbe.h"
+#include "tests/support/VideoProbe.h"
+
+#include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
 
 #include <QFile>
 
@@ -9,37 +12,17 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-#include <memory>
-
 namespace {
 
-struct InputDeleter {
-    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-struct CodecDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using InputPtr = std::unique_ptr<AVFormatContext, InputDeleter>;
-using CodecPtr = std::unique_ptr<AVCodecContext, CodecDeleter>;
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
-
-InputPtr openInput(const QString& path)
+MediaInput openInput(const QString& path, AVMediaType type = AVMEDIA_TYPE_VIDEO,
+                     StreamDecoder decoder = StreamDecoder::notNeeded)
 {
-    AVFormatContext* input = nullptr;
-    const QByteArray bytes = QFile::encodeName(path);
-    if (avformat_open_input(&input, bytes.constData(), nullptr, nullptr) < 0)
-        return nullptr;
-    InputPtr owned(input);
-    if (avformat_find_stream_info(input, nullptr) < 0)
-        return nullptr;
-    return owned;
+    MediaInput input;
+    const int result = openMediaInput(input, path, type, decoder);
+    // A file without the stream still counts as opened for the probe.
+    if (result < 0 && result != AVERROR_STREAM_NOT_FOUND && result != AVERROR_DECODER_NOT_FOUND)
+        input.format.reset();
+    return input;
 }
 
 double seconds(int64_t value, AVRational base)
@@ -49,9 +32,10 @@ double seconds(int64_t value, AVRational base)
 
 QImage toRgb(const AVFrame& frame)
 {
-    SwsContext* scaler = sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-                                        frame.width, frame.height, AV_PIX_FMT_RGB24,
-                                        SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
+    const ScalerPtr owned(sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
+                                         frame.width, frame.height, AV_PIX_FMT_RGB24,
+                                         SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+    SwsContext* scaler = owned.get();
     const int space = frame.colorspace == AVCOL_SPC_BT709 ? SWS_CS_ITU709 : SWS_CS_DEFAULT;
     const int* coefficients = sws_getCoefficients(space);
     sws_setColorspaceDetails(scaler, coefficients, frame.color_range == AVCOL_RANGE_JPEG ? 1 : 0,
@@ -60,7 +44,6 @@ QImage toRgb(const AVFrame& frame)
     uint8_t* planes[1] = {image.bits()};
     const int strides[1] = {static_cast<int>(image.bytesPerLine())};
     sws_scale(scaler, frame.data, frame.linesize, 0, frame.height, planes, strides);
-    sws_freeContext(scaler);
     return image;
 }
 
@@ -68,15 +51,14 @@ QImage toRgb(const AVFrame& frame)
 template <typename Visit>
 void decodeAll(const QString& path, Visit&& visit)
 {
-    InputPtr input = openInput(path);
-    if (!input)
+    MediaInput opened = openInput(path, AVMEDIA_TYPE_VIDEO, StreamDecoder::needed);
+    if (!opened.format || opened.streamIndex < 0)
         return;
-    const AVCodec* decoder = nullptr;
-    const int index = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
-    if (index < 0)
-        return;
-    CodecPtr codec(avcodec_alloc_context3(decoder));
-    avcodec_parameters_to_context(codec.get(), input->streams[index]->codecpar);
+    AVFormatContext* input = opened.format.get();
+    const AVCodec* decoder = opened.decoder;
+    const int index = opened.streamIndex;
+    CodecContextPtr codec(avcodec_alloc_context3(decoder));
+    avcodec_parameters_to_context(codec.get(), opened.stream()->codecpar);
     if (avcodec_open2(codec.get(), decoder, nullptr) < 0)
         return;
     PacketPtr packet(av_packet_alloc());
@@ -88,7 +70,7 @@ void decodeAll(const QString& path, Visit&& visit)
             av_frame_unref(frame.get());
         }
     };
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
+    while (av_read_frame(input, packet.get()) >= 0) {
         if (packet->stream_index == index)
             avcodec_send_packet(codec.get(), packet.get());
         av_packet_unref(packet.get());
@@ -103,9 +85,10 @@ void decodeAll(const QString& path, Visit&& visit)
 VideoProbe probeVideo(const QString& path)
 {
     VideoProbe probe;
-    InputPtr input = openInput(path);
-    if (!input)
+    const MediaInput opened = openInput(path);
+    if (!opened.format)
         return probe;
+    AVFormatContext* input = opened.format.get();
     probe.opened = true;
     probe.formatName = QString::fromUtf8(input->iformat->name);
     if (const AVDictionaryEntry* brand = av_dict_get(input->metadata, "major_brand", nullptr, 0))
@@ -145,7 +128,7 @@ VideoProbe probeVideo(const QString& path)
     }
     PacketPtr packet(av_packet_alloc());
     int64_t sinceKey = 0;
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
+    while (av_read_frame(input, packet.get()) >= 0) {
         if (packet->stream_index == videoIndex) {
             ++probe.videoPackets;
             if (packet->flags & AV_PKT_FLAG_KEY) {

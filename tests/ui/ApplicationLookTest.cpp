@@ -1,6 +1,6 @@
 // The whole application looks one way and speaks one language: every top-level window is dark
 // with light text, and Qt's own dialogs show Hungarian texts.
-#include "ui/WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
 #include "app/QtTranslations.h"
 #include "ui/AudioSettingsSheet.h"

@@ -1,4 +1,4 @@
-#include "ui/WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
 #include "ui/ControlButton.h"
 #include "ui/ControlButtons.h"

@@ -1,11 +1,11 @@
 #include "ui/ImageSidebarView.h"
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/EventLoop.h"
 #include "support/Log.h"
-#include "support/PdfFixtures.h"
-#include "support/PlaybackFixtures.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PdfFixtures.h"
+#include "tests/support/PlaybackFixtures.h"
 #include "ui/DeleteButton.h"
 #include "ui/ImageThumbnailView.h"
 

@@ -1,6 +1,6 @@
 // Space is the play key of the whole window: a click on a button must not leave the keyboard
 // focus on it, or the next Space would press that button again instead of toggling playback.
-#include "WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
 #include <QApplication>
 #include <QColorDialog>

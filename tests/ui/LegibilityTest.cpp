@@ -1,7 +1,7 @@
 // What the window draws can be seen: the preview's placeholder symbol, readable ruler labels,
 // the page of the frame the counter shows, text sized in the same unit as the geometry, and a
 // progress panel that is translucent while the window around it stays as it was.
-#include "ui/WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
 #include "ui/ProgressOverlay.h"
 #include "ui/VideoPreviewCanvas.h"

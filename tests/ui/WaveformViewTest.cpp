@@ -1,10 +1,10 @@
 #include "ui/WaveformView.h"
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
-#include "support/PlaybackFixtures.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PlaybackFixtures.h"
 #include "ui/AudioSettingsSheet.h"
 #include "ui/WaveformCanvas.h"
 

@@ -5,10 +5,10 @@
 #pragma once
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/AudioFixtures.h"
-#include "support/EventLoop.h"
-#include "support/PlaybackFixtures.h"
 #include "support/ScriptedDialogs.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PlaybackFixtures.h"
 #include "ui/ContentView.h"
 #include "ui/MainWindow.h"
 

@@ -1,0 +1,36 @@
+// Lets called-off work stop FFmpeg inside a blocking read or write: installed as a format
+// context's interrupt callback, it makes FFmpeg's I/O give up with AVERROR_EXIT once the
+// cancellation flag is set or the deadline has passed. The flag is set on any thread;
+// the interrupt itself is read on the thread doing the I/O and must outlive the context.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <optional>
+
+struct AVFormatContext;
+struct AVIOInterruptCB;
+
+class MediaInterrupt {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    MediaInterrupt() = default;
+    explicit MediaInterrupt(const std::atomic<bool>* cancelled,
+                            std::optional<Clock::time_point> deadline = std::nullopt)
+        : m_cancelled(cancelled)
+        , m_deadline(deadline)
+    {}
+
+    // True once the work was called off or its time is up.
+    bool shouldStop() const;
+    // Makes `context`'s I/O ask this interrupt between its blocking steps.
+    void installOn(AVFormatContext* context) const;
+    // The callback FFmpeg calls, with an interrupt as its opaque pointer.
+    static int callback(void* interrupt);
+    AVIOInterruptCB asCallback() const;
+
+private:
+    const std::atomic<bool>* m_cancelled = nullptr;
+    std::optional<Clock::time_point> m_deadline;
+};
