@@ -17,7 +17,7 @@
 #include "export/VideoExport.h"
 #include "export/VideoWriter.h"
 #include "render/FrameSnapshot.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"
 #include "tests/support/VideoProbe.h"

@@ -8,7 +8,7 @@
 // opened, the question answered and every page rendered into the page list. Figures printed
 // are medians over the runs.
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -4,7 +4,7 @@
 //   render   VideoEditorViewModel::renderCurrentFrame() alone
 //   tick     seekTo() to the next frame plus the repaint it causes (the whole window)
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "ui/MainWindow.h"

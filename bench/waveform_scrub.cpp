@@ -7,7 +7,7 @@
 // the canvas, snap, seek and the redraw request), which collects the starts once.
 #include "editor/PageBoundarySnapping.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "ui/WaveformCanvas.h"
 #include "ui/WaveformView.h"
 

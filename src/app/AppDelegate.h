@@ -7,10 +7,11 @@
 #include <QPointer>
 
 #include "editor/VideoEditorViewModel.h"
+#include "ui/EditorHolder.h"
 
 class QWidget;
 
-class AppDelegate : public QObject {
+class AppDelegate : public QObject, public EditorHolder {
     Q_OBJECT
 
 public:
@@ -18,7 +19,7 @@ public:
 
     // The editor of the window; ContentView registers its own when it appears.
     VideoEditorViewModel* viewModel() const { return m_viewModel; }
-    void setViewModel(VideoEditorViewModel* viewModel) { m_viewModel = viewModel; }
+    void setViewModel(VideoEditorViewModel* viewModel) override { m_viewModel = viewModel; }
 
     // Resizes `window` to the available geometry of its screen 0.1 s from now.
     void applicationDidFinishLaunching(QWidget* window);

@@ -10,7 +10,9 @@
 //   VORNIK_TEST_FAULT     the name of a background job's step ("audioPipeline",
 //                         "decodeBlock", "loudness", "exportFrame", "mux") that throws, to
 //                         follow that job's failure path; "STEP:alloc" throws std::bad_alloc
-// Main thread only.
+// They are built only when the build option VORNIK_TEST_HOOKS is on (the tests, CI and
+// scripts/run-e2e turn it on); otherwise TestHooksDisabled.cpp defines both functions as
+// doing nothing. Main thread only.
 #pragma once
 
 #include "support/FaultHook.h"

@@ -7,23 +7,34 @@
 #include <algorithm>
 #include <cmath>
 
-IntegratedLoudnessMeter::~IntegratedLoudnessMeter()
-{
-    if (m_state)
-        ebur128_destroy(&m_state);
-}
+// Owns one libebur128 meter.
+struct IntegratedLoudnessMeter::State {
+    explicit State(ebur128_state* meter)
+        : handle(meter)
+    {}
+    ~State() { ebur128_destroy(&handle); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    ebur128_state* handle;
+};
+
+IntegratedLoudnessMeter::IntegratedLoudnessMeter() = default;
+
+IntegratedLoudnessMeter::~IntegratedLoudnessMeter() = default;
 
 bool IntegratedLoudnessMeter::begin(int sampleRate, int channelCount)
 {
-    if (m_state)
-        ebur128_destroy(&m_state);
+    m_state.reset();
     m_channels = 0;
     if (sampleRate <= 0 || channelCount <= 0)
         return false;
-    m_state = ebur128_init(static_cast<unsigned>(channelCount), static_cast<unsigned long>(sampleRate),
-                           EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK);
-    if (!m_state)
+    ebur128_state* meter =
+            ebur128_init(static_cast<unsigned>(channelCount), static_cast<unsigned long>(sampleRate),
+                         EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK);
+    if (!meter)
         return false;
+    m_state = std::make_unique<State>(meter);
     m_channels = size_t(channelCount);
     return true;
 }
@@ -38,7 +49,7 @@ void IntegratedLoudnessMeter::add(std::span<const float* const> channels, size_t
         for (size_t i = 0; i < frames; ++i)
             m_interleaved[i * m_channels + c] = source[i];
     }
-    ebur128_add_frames_float(m_state, m_interleaved.data(), frames);
+    ebur128_add_frames_float(m_state->handle, m_interleaved.data(), frames);
 }
 
 std::optional<double> IntegratedLoudnessMeter::integratedLUFS() const
@@ -46,7 +57,7 @@ std::optional<double> IntegratedLoudnessMeter::integratedLUFS() const
     if (!m_state)
         return std::nullopt;
     double loudness = 0.0;
-    if (ebur128_loudness_global(m_state, &loudness) != EBUR128_SUCCESS || !std::isfinite(loudness))
+    if (ebur128_loudness_global(m_state->handle, &loudness) != EBUR128_SUCCESS || !std::isfinite(loudness))
         return std::nullopt;
     return loudness;
 }
@@ -58,7 +69,7 @@ std::optional<double> IntegratedLoudnessMeter::truePeakDBTP() const
     double highest = 0.0;
     for (size_t c = 0; c < m_channels; ++c) {
         double peak = 0.0;
-        if (ebur128_true_peak(m_state, static_cast<unsigned>(c), &peak) != EBUR128_SUCCESS)
+        if (ebur128_true_peak(m_state->handle, static_cast<unsigned>(c), &peak) != EBUR128_SUCCESS)
             return std::nullopt;
         highest = std::max(highest, peak);
     }

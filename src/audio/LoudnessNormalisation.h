@@ -7,11 +7,10 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
-
-#include <ebur128.h>
 
 // The platforms' playback level and the highest safe true peak.
 inline constexpr double kNormalisationTargetLUFS = -14.0;
@@ -21,7 +20,7 @@ inline constexpr double kTruePeakCeilingDBTP = -1.0;
 // decode, used from one thread.
 class IntegratedLoudnessMeter {
 public:
-    IntegratedLoudnessMeter() = default;
+    IntegratedLoudnessMeter();
     ~IntegratedLoudnessMeter();
     IntegratedLoudnessMeter(const IntegratedLoudnessMeter&) = delete;
     IntegratedLoudnessMeter& operator=(const IntegratedLoudnessMeter&) = delete;
@@ -38,7 +37,9 @@ public:
     std::optional<double> truePeakDBTP() const;
 
 private:
-    ebur128_state* m_state = nullptr;
+    // libebur128's state, defined where it is used so that no header needs that library.
+    struct State;
+    std::unique_ptr<State> m_state;
     size_t m_channels = 0;
     std::vector<float> m_interleaved;
 };

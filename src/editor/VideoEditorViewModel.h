@@ -306,6 +306,11 @@ public:
     // removal), as a drag in the list does. The single selection is left as it is; the
     // multi-selection follows its pages.
     void moveImage(const std::set<int>& offsets, int destination);
+    // Moves the entry `dragged` to where the entry `target` stands, as a reorder drag does live
+    // while the pointer enters each cell. Only the list changes (the multi-selection follows
+    // its pages); the frame store and the autosave wait for a finished edit. Nothing happens
+    // when either entry is missing or both are the same.
+    void moveImageDuringDrag(const QUuid& dragged, const QUuid& target);
     // Hands the page pictures, in list order, to the frame store (which only stores them).
     void updateFrameManagerImages();
 

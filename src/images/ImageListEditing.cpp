@@ -138,6 +138,26 @@ void VideoEditorViewModel::moveImage(const std::set<int>& offsets, int destinati
     scheduleAutoSave();
 }
 
+void VideoEditorViewModel::moveImageDuringDrag(const QUuid& dragged, const QUuid& target)
+{
+    const auto position = [&](const QUuid& id) -> std::optional<int> {
+        const auto found = std::find_if(m_images.begin(), m_images.end(),
+                                        [&](const ImageItem& entry) { return entry.id() == id; });
+        if (found == m_images.end())
+            return std::nullopt;
+        return static_cast<int>(found - m_images.begin());
+    };
+    const std::optional<int> from = position(dragged);
+    const std::optional<int> to = position(target);
+    if (!from || !to || *from == *to)
+        return;
+    // The destination counts positions before the dragged entry is taken out: moving down it
+    // goes before the entry after the target, moving up before the target itself.
+    const int destination = *from < *to ? *to + 1 : *to;
+    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), {*from}, destination);
+    setImages(reorderedList(m_images, order));
+}
+
 QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
 {
     return mergeHorizontally(left, right);

@@ -1,8 +1,7 @@
 #include "ui/ContentView.h"
 
-#include "app/AppCommands.h"
-#include "app/AppDelegate.h"
 #include "editor/VideoEditorViewModel.h"
+#include "ui/AppCommands.h"
 #include "ui/ControlButtons.h"
 #include "ui/DarkTheme.h"
 #include "ui/ImageSidebarView.h"
@@ -16,7 +15,7 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-ContentView::ContentView(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent)
+ContentView::ContentView(EditorEnvironment environment, EditorHolder* delegate, QWidget* parent)
     : QWidget(parent)
     , m_viewModel(new VideoEditorViewModel(std::move(environment), this))
     , m_delegate(delegate)

@@ -5,11 +5,11 @@
 #pragma once
 
 #include "editor/EditorEnvironment.h"
+#include "ui/EditorHolder.h"
 
 #include <QWidget>
 
 class AppCommands;
-class AppDelegate;
 class ControlButtons;
 class WaveformView;
 class ProgressOverlay;
@@ -23,7 +23,7 @@ class ContentView : public QWidget {
 
 public:
     // `delegate` may be null (tests without an application shell).
-    ContentView(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent = nullptr);
+    ContentView(EditorEnvironment environment, EditorHolder* delegate, QWidget* parent = nullptr);
     ~ContentView() override;
 
     VideoEditorViewModel& viewModel() const { return *m_viewModel; }
@@ -53,7 +53,7 @@ private:
     void autoLoadProject();
 
     VideoEditorViewModel* m_viewModel;
-    AppDelegate* m_delegate;
+    EditorHolder* m_delegate;
     bool m_didAutoLoad = false;
     QString m_projectToOpen;
     ResizableSplitView* m_splitView = nullptr;

@@ -1,7 +1,7 @@
 // Reordering the page list by dragging a thumbnail over the others. The list is rearranged
-// live, as the pointer enters each cell, by writing `images` directly: no frame-store update
-// and no autosave, which only the finished edits of the page list request. Main thread; made
-// by a cell for each drag event.
+// live, as the pointer enters each cell, by the editor's moveImageDuringDrag: no frame-store
+// update and no autosave, which only the finished edits of the page list request. Main thread;
+// made by a cell for each drag event.
 #pragma once
 
 #include "editor/ImageItem.h"

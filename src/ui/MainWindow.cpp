@@ -1,6 +1,6 @@
 #include "ui/MainWindow.h"
 
-#include "app/AppCommands.h"
+#include "ui/AppCommands.h"
 #include "ui/ContentView.h"
 
 #include <QAbstractButton>
@@ -9,7 +9,7 @@
 #include <QEvent>
 #include <QMenuBar>
 
-MainWindow::MainWindow(EditorEnvironment environment, AppDelegate* delegate, QWidget* parent)
+MainWindow::MainWindow(EditorEnvironment environment, EditorHolder* delegate, QWidget* parent)
     : QMainWindow(parent)
     , m_commands(new AppCommands(this))
     , m_contentView(new ContentView(std::move(environment), delegate, this))

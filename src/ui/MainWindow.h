@@ -3,11 +3,11 @@
 #pragma once
 
 #include "editor/EditorEnvironment.h"
+#include "ui/EditorHolder.h"
 
 #include <QMainWindow>
 
 class AppCommands;
-class AppDelegate;
 class ContentView;
 class VideoEditorViewModel;
 
@@ -16,7 +16,7 @@ class MainWindow : public QMainWindow {
 
 public:
     // `delegate` may be null (tests without an application shell).
-    explicit MainWindow(EditorEnvironment environment, AppDelegate* delegate = nullptr,
+    explicit MainWindow(EditorEnvironment environment, EditorHolder* delegate = nullptr,
                         QWidget* parent = nullptr);
     ~MainWindow() override;
 

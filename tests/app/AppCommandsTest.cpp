@@ -1,8 +1,8 @@
 #include "tests/ui/WindowFixture.h"
 
-#include "app/AppCommands.h"
 #include "app/AppDelegate.h"
 #include "support/Log.h"
+#include "ui/AppCommands.h"
 
 #include <QAction>
 #include <QLineEdit>

@@ -2,7 +2,7 @@
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "editor/VideoEditorViewModel.h"
 #include "images/PagePointSize.h"
 #include "support/Log.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/HostileFiles.h"
 #include "tests/support/ImageFixtures.h"
 #include "tests/support/PdfFixtures.h"

@@ -1,7 +1,7 @@
 // The editor's page-list edits: remove, delete all, delete by orientation, merge, move.
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/ImageFixtures.h"
 
 #include <gtest/gtest.h>
@@ -434,4 +434,36 @@ TEST_F(ImageListEditing, MultiSelectionNeverNamesAPageThatIsGone)
     EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{1}));
     editor.removeImage(1);
     EXPECT_TRUE(editor.selectedImageIndices().empty());
+}
+
+TEST_F(ImageListEditing, MovingDuringADragPutsTheDraggedEntryWhereTheTargetStood)
+{
+    fillList(5);
+    editor.updateFrameManagerImages();
+    editor.setSelectedImageIndices({0});
+    autoSaves.clear();
+    std::vector<QUuid> ids;
+    for (const ImageItem& item : editor.images())
+        ids.push_back(item.id());
+
+    editor.moveImageDuringDrag(ids[0], ids[3]);
+    EXPECT_EQ(listOrder(), (std::vector<int>{1, 2, 3, 0, 4}));
+    EXPECT_EQ(editor.selectedImageIndices(), (std::set<int>{3}));
+    editor.moveImageDuringDrag(ids[4], ids[1]);
+    EXPECT_EQ(listOrder(), (std::vector<int>{4, 1, 2, 3, 0}));
+
+    // Only the finished edit of the list updates the frame store and asks for an autosave.
+    EXPECT_FALSE(ImageFixtures::frameStoreMatchesPageList(editor));
+    EXPECT_EQ(autoSaves.count(), 0);
+}
+
+TEST_F(ImageListEditing, MovingDuringADragOntoItselfOrAMissingEntryChangesNothing)
+{
+    fillList(3);
+    const QUuid first = editor.images()[0].id();
+    editor.moveImageDuringDrag(first, first);
+    editor.moveImageDuringDrag(first, QUuid::createUuid());
+    editor.moveImageDuringDrag(QUuid::createUuid(), first);
+    EXPECT_EQ(listOrder(), (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(changes.count(), 0);
 }

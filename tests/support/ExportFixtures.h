@@ -4,7 +4,7 @@
 
 #include "audio/AudioBuffer.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <QColor>
 #include <QImage>

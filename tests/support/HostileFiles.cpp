@@ -2,7 +2,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 

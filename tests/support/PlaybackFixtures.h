@@ -3,7 +3,7 @@
 #pragma once
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/ManualAudioPlayer.h"
 
 #include <QColor>

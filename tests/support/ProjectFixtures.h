@@ -5,7 +5,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <QByteArray>
 #include <QString>

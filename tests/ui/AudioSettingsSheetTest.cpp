@@ -2,7 +2,7 @@
 
 #include "audio/Loudness.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <QLabel>
 #include <QPushButton>

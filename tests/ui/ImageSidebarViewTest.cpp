@@ -2,7 +2,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PdfFixtures.h"
 #include "tests/support/PlaybackFixtures.h"

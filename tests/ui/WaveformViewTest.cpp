@@ -1,7 +1,7 @@
 #include "ui/WaveformView.h"
 
 #include "editor/VideoEditorViewModel.h"
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"

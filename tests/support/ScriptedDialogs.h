@@ -1,5 +1,5 @@
 // A Dialogs whose answers are queued in advance and which records every request, in order.
-// Used by tests, and anywhere the program runs without a person to answer. Main thread only.
+// The tests' stand-in for the real dialogs. Main thread only.
 #pragma once
 
 #include "support/Dialogs.h"

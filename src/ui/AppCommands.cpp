@@ -1,4 +1,4 @@
-#include "app/AppCommands.h"
+#include "ui/AppCommands.h"
 
 #include <QAction>
 #include <QKeySequence>

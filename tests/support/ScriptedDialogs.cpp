@@ -1,4 +1,4 @@
-#include "support/ScriptedDialogs.h"
+#include "tests/support/ScriptedDialogs.h"
 
 void ScriptedDialogs::queueQuestionAnswer(int buttonPosition)
 {
