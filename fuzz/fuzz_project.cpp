@@ -10,8 +10,10 @@
 // store of a length that follows the input instead.
 #include "FuzzSupport.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
+#include "support/EditorTestAccess.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -138,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const double duration = static_cast<double>(frameCount) / VideoEditorViewModel::FPS;
         frames.ensureFrameCount(duration, VideoEditorViewModel::FPS);
         editor.setDuration(duration);
-        editor.restoreProjectFrames(project);
+        EditorTestAccess::restoreProjectFrames(editor, project);
 
         const int64_t restored =
                 std::min(frames.getFrameCount(), static_cast<int64_t>(project.frames.size()));

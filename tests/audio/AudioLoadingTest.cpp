@@ -1,10 +1,13 @@
 #include "audio/AudioDecoder.h"
+#include "audio/AudioPlayer.h"
 #include "audio/FrameSlicing.h"
 #include "audio/Loudness.h"
 #include "audio/Waveform.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/AudioFixtures.h"
 #include "support/CheckedConversions.h"
+#include "support/EditorTestAccess.h"
 #include "support/EventLoop.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
@@ -131,7 +134,7 @@ TEST_F(AudioLoading, OneDecodeGivesExactlyWhatReReadingTheWrittenWavGives)
     for (int64_t i = 0; i < frames.getFrameCount(); ++i)
         ASSERT_EQ(frames.getFrame(i)->audioDatas, slices.slices[size_t(i)]) << i;
     // The loudness is that of the original file, before the boost.
-    EXPECT_EQ(editor.audioLoudnessDB(), editor.measureAudioLoudness(path));
+    EXPECT_EQ(editor.audioLoudnessDB(), EditorTestAccess::measureAudioLoudness(editor, path));
 }
 
 TEST_F(AudioLoading, FileThatCannotBeOpenedLogsTheErrorAndEndsLoading)

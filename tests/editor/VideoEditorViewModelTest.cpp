@@ -1,9 +1,11 @@
 #include "editor/VideoEditorViewModel.h"
+#include "editor/Frames.h"
 #include "support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace {
 

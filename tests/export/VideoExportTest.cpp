@@ -1,3 +1,4 @@
+#include "editor/Frames.h"
 #include "support/EventLoop.h"
 #include "support/ExportFixtures.h"
 #include "support/Log.h"

@@ -2,6 +2,7 @@
 
 #include "EventLoop.h"
 #include "audio/FloatWavWriter.h"
+#include "editor/Frames.h"
 #include "export/PictureConverter.h"
 #include "export/VideoWriter.h"
 

@@ -2,6 +2,7 @@
 
 #include "AudioFixtures.h"
 #include "EventLoop.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
 #include "support/ScriptedDialogs.h"

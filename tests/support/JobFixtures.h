@@ -3,6 +3,7 @@
 // of the jobs it starts.
 #pragma once
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/AudioFixtures.h"
 #include "support/EventLoop.h"

@@ -1,5 +1,6 @@
 #include "ui/ImageSidebarView.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/EventLoop.h"
 #include "support/Log.h"

@@ -1,5 +1,6 @@
 #include "ui/WaveformView.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/AudioFixtures.h"
 #include "support/EventLoop.h"

@@ -6,6 +6,7 @@
 
 #include "editor/VideoEditorViewModel.h"
 #include "support/AudioFixtures.h"
+#include "support/EditorTestAccess.h"
 #include "support/EventLoop.h"
 #include "support/PlaybackFixtures.h"
 #include "support/ScriptedDialogs.h"
@@ -81,7 +82,7 @@ public:
         for (ImageItem& item : makePageItems(pages))
             items.push_back(std::move(item));
         editor().setImages(std::move(items));
-        editor().updateFrameManagerImages();
+        EditorTestAccess::updateFrameManagerImages(editor());
     }
 
 private:
