@@ -8,6 +8,7 @@
 //
 //   bench_audio_load [runs=5] [--keep FILE.mp3]
 #include "audio/ClockAudioPlayer.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/AudioFixtures.h"
 

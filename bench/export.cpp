@@ -12,6 +12,7 @@
 //   recording
 //                                        unless --silent), prints its peak memory
 #include "audio/FloatWavWriter.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/PictureConverter.h"
 #include "export/VideoExport.h"

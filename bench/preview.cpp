@@ -3,10 +3,12 @@
 // the offscreen platform at 1920 x 1080. Each figure is the median of 200 ticks:
 //   render   VideoEditorViewModel::renderCurrentFrame() alone
 //   tick     seekTo() to the next frame plus the repaint it causes (the whole window)
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "tests/support/EditorTestAccess.h"
 #include "ui/MainWindow.h"
 
 #include <QApplication>
@@ -42,12 +44,12 @@ int main(int argc, char* argv[])
     const double duration = 60.0;
     auto player = std::make_unique<ManualAudioPlayer>(duration);
     ManualAudioPlayer* clock = player.get();
-    editor.setAudioPlayer(std::move(player));
+    EditorTestAccess::setAudioPlayer(editor, std::move(player));
     editor.setDuration(duration);
     editor.setAudioURL(QStringLiteral("/tmp/audio_with_silence_BENCH.wav"));
     editor.getFrameManager().ensureFrameCount(duration, VideoEditorViewModel::FPS);
     editor.setImages(makePageItems({makePageImage(1240, 1754, QColor(240, 232, 220))}));
-    editor.updateFrameManagerImages();
+    EditorTestAccess::updateFrameManagerImages(editor);
     editor.startRecording();
     clock->setCurrentTime(duration);
     editor.playbackTick();

@@ -17,6 +17,8 @@
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -203,7 +205,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const double duration = static_cast<double>(frameCount) / VideoEditorViewModel::FPS;
         frames.ensureFrameCount(duration, VideoEditorViewModel::FPS);
         editor.setDuration(duration);
-        editor.restoreProjectFrames(project);
+        EditorTestAccess::restoreProjectFrames(editor, project);
 
         const int64_t restored =
                 std::min(frames.getFrameCount(), static_cast<int64_t>(project.frames.size()));

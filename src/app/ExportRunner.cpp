@@ -2,6 +2,7 @@
 
 #include "app/StderrDialogs.h"
 #include "app/TestHooks.h"
+#include "audio/AudioPlayer.h"
 #include "audio/ClockAudioPlayer.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/DemoProject.h"

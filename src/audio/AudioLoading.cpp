@@ -7,6 +7,7 @@
 #include "audio/LoudnessNormalisation.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"

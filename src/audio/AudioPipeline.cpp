@@ -1,6 +1,7 @@
 #include "audio/AudioPipeline.h"
 
 #include "audio/AudioDecoder.h"
+#include "audio/AudioPlayer.h"
 #include "audio/FrameSlicing.h"
 #include "audio/Loudness.h"
 #include "audio/LoudnessNormalisation.h"
@@ -8,6 +9,7 @@
 #include "audio/RenderedAudioFile.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
 #include "support/ExceptionText.h"
@@ -18,6 +20,23 @@
 #include <QCoreApplication>
 
 #include <memory>
+
+// The pipeline's way to the editor's internal steps: whether a job is still the current
+// request, and taking over the player and the rendered file of a finished decode.
+struct AudioPipelineAccess {
+    static bool isCurrentAudioJob(const VideoEditorViewModel& editor, const JobToken& job)
+    {
+        return editor.isCurrentAudioJob(job);
+    }
+    static void setAudioPlayer(VideoEditorViewModel& editor, std::unique_ptr<AudioPlayer> player)
+    {
+        editor.setAudioPlayer(std::move(player));
+    }
+    static void adoptRenderedAudio(VideoEditorViewModel& editor, std::shared_ptr<RenderedAudioFile> file)
+    {
+        editor.adoptRenderedAudio(std::move(file));
+    }
+};
 
 namespace {
 
@@ -48,16 +67,17 @@ void post(const std::shared_ptr<RunState>& state, std::function<void(VideoEditor
     QCoreApplication* application = QCoreApplication::instance();
     if (!application)
         return; // the program is shutting down: nobody is left to show the results
-    QMetaObject::invokeMethod(application, handedOver([state, step = std::move(step), guard] {
-                                  VideoEditorViewModel* editor = state->editor.data();
-                                  if (!editor)
-                                      return;
-                                  if (guard == Guard::recording &&
-                                      (state->failed || !editor->isCurrentAudioJob(*state->job)))
-                                      return;
-                                  step(*editor);
-                              }),
-                              Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+            application, handedOver([state, step = std::move(step), guard] {
+                VideoEditorViewModel* editor = state->editor.data();
+                if (!editor)
+                    return;
+                if (guard == Guard::recording &&
+                    (state->failed || !AudioPipelineAccess::isCurrentAudioJob(*editor, *state->job)))
+                    return;
+                step(*editor);
+            }),
+            Qt::QueuedConnection);
 }
 
 void postLog(const std::shared_ptr<RunState>& state, const QString& line)
@@ -264,10 +284,10 @@ void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelin
             return;
         }
         state->duration = player->duration();
-        target.setAudioPlayer(std::move(player));
+        AudioPipelineAccess::setAudioPlayer(target, std::move(player));
         target.setDuration(state->duration);
         target.setAudioURL(wav->path());
-        target.adoptRenderedAudio(wav);
+        AudioPipelineAccess::adoptRenderedAudio(target, wav);
         target.setLoadingProgress(0.2);
         logLine(QStringLiteral("[Audio] Teljes időtartam csendekkel: ") + formatDouble(state->duration) +
                 QStringLiteral("s (eredeti + ") + formatDouble(request.startSilence) +

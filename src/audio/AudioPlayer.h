@@ -4,8 +4,8 @@
 #pragma once
 
 #include "audio/AudioBuffer.h"
+#include "audio/AudioPlayerFactory.h"
 
-#include <functional>
 #include <memory>
 
 class AudioPlayer {
@@ -20,7 +20,3 @@ public:
     virtual void pause() = 0;
     virtual bool isPlaying() const = 0;
 };
-
-// Makes the player for a processed recording; called on the main thread. Returns null
-// when no player can be made.
-using AudioPlayerFactory = std::function<std::unique_ptr<AudioPlayer>(std::shared_ptr<const AudioBuffer>)>;

@@ -2,11 +2,13 @@
 // pipeline as loading, without measuring the loudness again, followed by copying the page
 // assignments by the change of the start silence so that they stay with the music.
 #include "audio/AudioPipeline.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
 
+#include <functional>
 #include <vector>
 
 namespace {
@@ -33,8 +35,10 @@ std::vector<SavedAssignment> saveAssignments(const Frames& frames)
 
 // Writes each saved assignment `frameShift` frames further on. A copy, not a move: the frames
 // the assignments came from keep theirs unless another copy lands on them.
+// `assign` writes one page into one frame without announcing it.
 void shiftAssignments(VideoEditorViewModel& editor, const std::vector<SavedAssignment>& saved,
-                      int64_t frameShift)
+                      int64_t frameShift,
+                      const std::function<void(const QImage&, int64_t frame, int imageIndex)>& assign)
 {
     logLine(QStringLiteral("[Audio] Frame hozzárendelések eltolása ") + QString::number(frameShift) +
             QStringLiteral(" frame-mel..."));
@@ -51,8 +55,7 @@ void shiftAssignments(VideoEditorViewModel& editor, const std::vector<SavedAssig
                     QStringLiteral(" → ") + QString::number(target) + QStringLiteral(" (érvénytelen)"));
             continue;
         }
-        editor.assignImageWithIndex(images[static_cast<size_t>(pair.imageIndex)].image(), target,
-                                    pair.imageIndex);
+        assign(images[static_cast<size_t>(pair.imageIndex)].image(), target, pair.imageIndex);
         if (++restored <= kLoggedAssignments) {
             logLine(QStringLiteral("[Audio] Frame ") + QString::number(pair.frameIndex) +
                     QStringLiteral(" → ") + QString::number(target) + QStringLiteral(", kép #") +
@@ -84,7 +87,7 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
     // The end silence never moves the music, so only a start change saves anything.
     std::vector<SavedAssignment> saved;
     if (frameShift != 0) {
-        saved = saveAssignments(m_frameManager);
+        saved = saveAssignments(*m_frameManager);
         logLine(QStringLiteral("[Audio] ") + QString::number(saved.size()) +
                 QStringLiteral(" hozzárendelés mentve"));
     }
@@ -113,7 +116,10 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
     hooks.failureLogPrefix = QStringLiteral("[Audio] Hiba újratöltéskor: ");
     hooks.finished = [saved = std::move(saved), frameShift](VideoEditorViewModel& editor, double duration) {
         if (frameShift != 0 && !saved.empty())
-            shiftAssignments(editor, saved, frameShift);
+            shiftAssignments(editor, saved, frameShift,
+                             [&editor](const QImage& image, int64_t frame, int index) {
+                                 editor.assignImageWithIndex(image, frame, index);
+                             });
         editor.setLoadingProgress(1.0);
         editor.setIsLoadingAudio(false);
         // Only a successful reload moves the reference point: after a failure the next apply

@@ -2,7 +2,7 @@
 // and the folders it writes to. The window, the command line and the tests each pass their own.
 #pragma once
 
-#include "audio/AudioPlayer.h"
+#include "audio/AudioPlayerFactory.h"
 #include "support/FaultHook.h"
 
 #include <QString>

@@ -3,6 +3,7 @@
 // Main thread only.
 #include "editor/VideoEditorViewModel.h"
 
+#include "editor/Frames.h"
 #include "editor/PageBoundaries.h"
 
 #include <algorithm>
@@ -21,20 +22,20 @@ double timeOfFrame(int64_t frame)
 
 void VideoEditorViewModel::jumpToNextPage()
 {
-    if (const auto target = nextPageStart(m_frameManager, frameIndexForTime(m_currentTime)))
+    if (const auto target = nextPageStart(*m_frameManager, frameIndexForTime(m_currentTime)))
         seekTo(timeOfFrame(*target));
 }
 
 void VideoEditorViewModel::jumpToPreviousPage()
 {
-    if (const auto target = previousPageTarget(m_frameManager, frameIndexForTime(m_currentTime)))
+    if (const auto target = previousPageTarget(*m_frameManager, frameIndexForTime(m_currentTime)))
         seekTo(timeOfFrame(*target));
 }
 
 void VideoEditorViewModel::jumpToLastPage()
 {
     // The last recorded frame, the end of the last page, not the start of that page.
-    if (const auto target = lastAssignedFrame(m_frameManager))
+    if (const auto target = lastAssignedFrame(*m_frameManager))
         seekTo(timeOfFrame(*target));
 }
 
@@ -50,7 +51,7 @@ void VideoEditorViewModel::jumpBack3Seconds()
 
 std::optional<QColor> VideoEditorViewModel::colorForFrame(int64_t frameIndex) const
 {
-    const std::optional<int> page = pageOfFrame(m_frameManager, frameIndex);
+    const std::optional<int> page = pageOfFrame(*m_frameManager, frameIndex);
     if (!page)
         return std::nullopt;
     // The colour follows the stored page index, not the page's content. Indices are never

@@ -2,6 +2,7 @@
 // frames after a format change. Main thread only.
 #include "editor/VideoEditorViewModel.h"
 
+#include "editor/Frames.h"
 #include "images/PagePointSize.h"
 #include "render/Placement.h"
 
@@ -14,9 +15,9 @@ Placement VideoEditorViewModel::computePlacement(const QImage& image, std::optio
 
 void VideoEditorViewModel::recalculatePlacementsForFormat()
 {
-    const int64_t count = m_frameManager.getFrameCount();
+    const int64_t count = m_frameManager->getFrameCount();
     for (int64_t i = 0; i < count; ++i) {
-        const auto record = m_frameManager.getFrame(i);
+        const auto record = m_frameManager->getFrame(i);
         if (!record || !record->assignedImageIndex)
             continue;
         const int index = *record->assignedImageIndex;

@@ -2,8 +2,11 @@
 // 50 ms tick. Main thread only; the editor owns the timer and the player.
 #include "editor/VideoEditorViewModel.h"
 
+#include "audio/AudioPlayer.h"
+#include "editor/Frames.h"
 #include "support/CheckedConversions.h"
 
+#include <QTimer>
 #include <algorithm>
 
 namespace {
@@ -123,6 +126,6 @@ void VideoEditorViewModel::seekTo(double time)
         announceChange();
     }
 
-    if (const auto record = m_frameManager.getFrame(newFrame); record && record->assignedImageIndex)
+    if (const auto record = m_frameManager->getFrame(newFrame); record && record->assignedImageIndex)
         setSelectedImageIndex(record->assignedImageIndex);
 }

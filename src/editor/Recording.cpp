@@ -1,5 +1,6 @@
 // Page-turn recording: while the audio plays, every frame the playhead passes is given the
 // page being recorded (its index, image and placement). Main thread only.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ bool isPageIndex(int index, const std::vector<ImageItem>& images)
 
 void VideoEditorViewModel::assignImage(const QImage& image, int64_t frame)
 {
-    const auto record = m_frameManager.getFrame(frame);
+    const auto record = m_frameManager->getFrame(frame);
     if (!record)
         return;
     const Placement placement =
@@ -39,7 +40,7 @@ void VideoEditorViewModel::assignImagePublic(const QImage& image, int64_t frame,
 
 void VideoEditorViewModel::assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex)
 {
-    const auto record = m_frameManager.getFrame(frame);
+    const auto record = m_frameManager->getFrame(frame);
     if (!record)
         return;
     const Placement placement = computePlacement(image);
@@ -103,7 +104,7 @@ void VideoEditorViewModel::updateAssignmentForCurrentTime()
 void VideoEditorViewModel::updateSelectedImageForCurrentTime()
 {
     const int64_t current = frameIndexForTime(m_currentTime);
-    const auto record = m_frameManager.getFrame(std::max<int64_t>(0, current));
+    const auto record = m_frameManager->getFrame(std::max<int64_t>(0, current));
     if (!record || !record->assignedImageIndex)
         return;
     if (m_selectedImageIndex != record->assignedImageIndex)

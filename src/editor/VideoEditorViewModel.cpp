@@ -1,9 +1,12 @@
 #include "editor/VideoEditorViewModel.h"
 #include "images/PageListRules.h"
 
+#include "audio/AudioPlayer.h"
 #include "audio/RenderedAudioFile.h"
+#include "editor/Frames.h"
 
 #include <QThreadPool>
+#include <QTimer>
 
 namespace {
 
@@ -29,6 +32,7 @@ VideoEditorViewModel::VideoEditorViewModel(EditorEnvironment environment, QObjec
     : QObject(parent)
     , m_environment(std::move(environment))
     , m_pageColors(makePageColors())
+    , m_frameManager(std::make_unique<Frames>())
 {
     // First among the receivers: a project's frames are back before anyone else hears of the load.
     connect(this, &VideoEditorViewModel::audioLoadFinished, this,
@@ -235,8 +239,8 @@ void VideoEditorViewModel::updateFillColor(const QColor& color)
 {
     // Colours are kept in sRGB throughout; a colour given in another spec is converted.
     const QColor srgb = color.toRgb();
-    m_frameManager.setDefaultFillColor(srgb);
-    m_frameManager.setFillColorForAllFrames(srgb);
+    m_frameManager->setDefaultFillColor(srgb);
+    m_frameManager->setFillColorForAllFrames(srgb);
 }
 
 void VideoEditorViewModel::announceChange()

@@ -8,21 +8,17 @@
 // subsystem they belong to, one file per concern.
 #pragma once
 
-#include "audio/AudioPlayer.h"
 #include "editor/EditorEnvironment.h"
 #include "editor/FillColor.h"
-#include "editor/Frames.h"
 #include "editor/ImageItem.h"
 #include "editor/Placement.h"
 #include "editor/VideoFormat.h"
-#include "render/TransitionInfo.h"
 #include "support/JobToken.h"
 
 #include <QColor>
 #include <QObject>
 #include <QSizeF>
 #include <QString>
-#include <QTimer>
 
 #include <array>
 #include <cstdint>
@@ -32,9 +28,16 @@
 #include <set>
 #include <vector>
 
+class AudioPlayer;
 class Dialogs;
+struct EditorTestAccess;
+class Frames;
+class QImage;
+class QPdfDocument;
+class QTimer;
 struct ProjectJSON;
 class RenderedAudioFile;
+struct TransitionInfo;
 
 class VideoEditorViewModel : public QObject {
     Q_OBJECT
@@ -107,29 +110,18 @@ public:
     void setVideoFormat(VideoFormat format);
 
     // ---- Plain state (no change signal) ----
+    // Read-only from outside: only the editor's own operations move these.
     double previousStartSilence() const { return m_previousStartSilence; }
-    void setPreviousStartSilence(double seconds) { m_previousStartSilence = seconds; }
     double previousEndSilence() const { return m_previousEndSilence; }
-    void setPreviousEndSilence(double seconds) { m_previousEndSilence = seconds; }
     AudioPlayer* audioPlayer() const { return m_audioPlayer.get(); }
-    void setAudioPlayer(std::unique_ptr<AudioPlayer> player);
     const std::optional<QString>& originalAudioURL() const { return m_originalAudioURL; }
-    void setOriginalAudioURL(std::optional<QString> path) { m_originalAudioURL = std::move(path); }
     int64_t lastAssignedFrameIndex() const { return m_lastAssignedFrameIndex; }
-    void setLastAssignedFrameIndex(int64_t index) { m_lastAssignedFrameIndex = index; }
     int currentAssignmentIndex() const { return m_currentAssignmentIndex; }
-    void setCurrentAssignmentIndex(int index) { m_currentAssignmentIndex = index; }
     double lastStartPlayPosition() const { return m_lastStartPlayPosition; }
-    void setLastStartPlayPosition(double seconds) { m_lastStartPlayPosition = seconds; }
     bool wasPaused() const { return m_wasPaused; }
-    void setWasPaused(bool paused) { m_wasPaused = paused; }
     const std::optional<Placement>& currentAssignmentPlacement() const
     {
         return m_currentAssignmentPlacement;
-    }
-    void setCurrentAssignmentPlacement(std::optional<Placement> placement)
-    {
-        m_currentAssignmentPlacement = placement;
     }
     const std::array<QColor, kPageColorCount>& pageColors() const { return m_pageColors; }
     QTimer* playbackTimer() const { return m_playbackTimer.get(); }
@@ -140,8 +132,8 @@ public:
     // The size in which placements are computed and frames rendered; equals videoSize().
     QSizeF canvasSize() const { return videoSize(); }
     // The frame store itself, shared with the views and the export.
-    Frames& getFrameManager() { return m_frameManager; }
-    const Frames& getFrameManager() const { return m_frameManager; }
+    Frames& getFrameManager() { return *m_frameManager; }
+    const Frames& getFrameManager() const { return *m_frameManager; }
 
     // ---- Settings ----
     // Gives the colour to frames created later and recolours every existing frame.
@@ -163,9 +155,6 @@ public:
     // temporary WAV (audioURL), makes the player, the waveform and the frames' slices. Returns
     // at once; the work runs on the thread pool and every change arrives on the main thread.
     void loadAudio(const QString& url);
-    // The RMS level of a file in dB (-100.0 for silence); none when it cannot be read.
-    // Touches no editor state; any thread.
-    std::optional<double> measureAudioLoudness(const QString& url) const;
     // The measured level with the gain of volumeBoost; none without a measurement.
     std::optional<double> boostedLoudnessDB() const;
     struct LoudnessInfo {
@@ -190,10 +179,6 @@ public:
     // The boost bringing the recording to -14 LUFS with its true peak at or below -1 dBTP,
     // 25…1000 %; absent without a measurement.
     std::optional<double> normalisationVolumeBoost() const;
-    // Renders start silence, the boosted source and end silence into a new temporary WAV and
-    // returns its path; none on failure (logged). Reads volumeBoost and the temporary folder.
-    std::optional<QString> addSilenceToAudio(const QString& sourceURL, double startSilence,
-                                             double endSilence);
     // Decodes a file and publishes its 500 waveform bars on the main thread; a file that
     // cannot be read changes nothing. Any thread (the editor is held weakly).
     void generateWaveformSync(const QString& url);
@@ -203,17 +188,9 @@ public:
     int64_t frameIndexForWaveformBar(int bar, int totalBars) const;
 
     // ---- Background jobs ----
-    // A token for a new load or reload; every older audio job is called off.
-    std::shared_ptr<JobToken> startAudioJob() { return m_audioJobs.start(); }
-    // True while the job is the latest audio request (checked on the main thread by every
-    // step a job hands back, so a called-off job never reaches the editor).
-    bool isCurrentAudioJob(const JobToken& token) const { return m_audioJobs.isCurrent(token); }
     // Calls off the running load or reload and the loudness measurement (New project, a
     // project load): their results are dropped, the loading state ends now.
     void cancelAudioJobs();
-    // Makes `file` the current rendered recording; the one it replaces is removed from the
-    // disk once no export uses it any more.
-    void adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file);
     // The current rendered recording, shared with whoever must keep it on the disk.
     std::shared_ptr<RenderedAudioFile> renderedAudio() const { return m_renderedAudio; }
     // Calls off every job (audio and export) and waits at most `waitMs` for them to end.
@@ -248,19 +225,8 @@ public:
     // Thumbnail click while recording: the clicked page is recorded from the frame under the
     // playhead on. Does nothing when not recording or for an index outside the page list.
     void switchRecordingToPage(int index);
-    // The two tick steps and the assignment primitives. They are internal steps of recording
-    // and of audio reloading, public so that those features and the tests can call them.
-    void updateAssignmentForCurrentTime();
-    void updateSelectedImageForCurrentTime();
-    // Writes the page image, its placement (currentAssignmentPlacement when set) and
-    // currentAssignmentIndex into the frame; a frame outside the store is skipped. Writes
-    // silently: the caller announces the change once for all the frames it wrote.
-    void assignImage(const QImage& image, int64_t frame);
     // Makes the page the one being recorded, then assigns it to the frame and announces it.
     void assignImagePublic(const QImage& image, int64_t frame, int imageIndex);
-    // Writes the page with the given index and a freshly computed placement, leaving the
-    // recording state alone. Writes silently, like assignImage().
-    void assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex);
 
     // Page navigation: each ends in one seekTo() to a page boundary or in nothing.
     void jumpToNextPage();
@@ -290,9 +256,9 @@ public:
     // imports it; an unreadable PDF is ignored silently, "Mégse" changes nothing.
     void addPDF(const QString& path);
     // One entry per page the document can supply, numbered with its own page numbers.
-    void addPDFSingle(class QPdfDocument& document, const QString& url);
+    void addPDFSingle(QPdfDocument& document, const QString& url);
     // One entry per pair of pages (1-2, 3-4, ...); a page without a partner stands alone.
-    void addPDFPaired(class QPdfDocument& document, const QString& url);
+    void addPDFPaired(QPdfDocument& document, const QString& url);
 
     // Removes one entry; an index outside the list is logged and changes nothing.
     void removeImage(int index);
@@ -311,17 +277,8 @@ public:
     // its pages); the frame store and the autosave wait for a finished edit. Nothing happens
     // when either entry is missing or both are the same.
     void moveImageDuringDrag(const QUuid& dragged, const QUuid& target);
-    // Hands the page pictures, in list order, to the frame store (which only stores them).
-    void updateFrameManagerImages();
 
     // ---- Rendering and export ----
-    // The fade of a frame in the export: none outside a fade (export frame rate and
-    // transitionDuration decide its length).
-    std::optional<TransitionInfo> calculateTransitionInfo(int64_t frameIndex) const;
-    // The export picture of a frame, fade included, as a premultiplied ARGB image of `size`
-    // (bytes B, G, R, A). None, with a log line, when the frame is missing or the picture
-    // cannot be made.
-    std::optional<QImage> createSimplePixelBuffer(int64_t frameIndex, QSizeF size) const;
     // The preview of the frame under the playhead (no fade); none without audio.
     std::optional<QImage> renderCurrentFrame() const;
     // Asks for a destination, then exports to it.
@@ -357,9 +314,6 @@ public:
     // audio paths kept (see keepsMissingRecording()) with a warning. Ends with
     // projectLoadFinished().
     void loadProjectJSON(const QString& url, FrameRestore restore = FrameRestore::afterFixedDelay);
-    // Puts the file's page assignments and rectangles into the frames the store has now,
-    // seeks to the saved position and logs the completion line.
-    void restoreProjectFrames(const struct ProjectJSON& project);
     // True while a loaded project's recording could not be loaded: saves write the frames and
     // audio paths the project was loaded with, until a recording is loaded (and gets those
     // frames) or a new project starts.
@@ -425,7 +379,41 @@ signals:
     void isMeasuringLoudnessChanged();
 
 private:
+    // Tests reach the internal state and steps below through this one door.
+    friend struct EditorTestAccess;
+    // The background half of audio loading hands its results over through it.
+    friend struct AudioPipelineAccess;
+
+    // ---- Internal state (no change signal) ----
+    void setPreviousStartSilence(double seconds) { m_previousStartSilence = seconds; }
+    void setPreviousEndSilence(double seconds) { m_previousEndSilence = seconds; }
+    void setAudioPlayer(std::unique_ptr<AudioPlayer> player);
+    void setOriginalAudioURL(std::optional<QString> path) { m_originalAudioURL = std::move(path); }
+    void setLastAssignedFrameIndex(int64_t index) { m_lastAssignedFrameIndex = index; }
+    void setCurrentAssignmentIndex(int index) { m_currentAssignmentIndex = index; }
+    void setLastStartPlayPosition(double seconds) { m_lastStartPlayPosition = seconds; }
+    void setWasPaused(bool paused) { m_wasPaused = paused; }
+    void setCurrentAssignmentPlacement(std::optional<Placement> placement)
+    {
+        m_currentAssignmentPlacement = placement;
+    }
+
     // ---- Audio (private) ----
+    // The RMS level of a file in dB (-100.0 for silence); none when it cannot be read.
+    // Touches no editor state; any thread.
+    std::optional<double> measureAudioLoudness(const QString& url) const;
+    // Renders start silence, the boosted source and end silence into a new temporary WAV and
+    // returns its path; none on failure (logged). Reads volumeBoost and the temporary folder.
+    std::optional<QString> addSilenceToAudio(const QString& sourceURL, double startSilence,
+                                             double endSilence);
+    // A token for a new load or reload; every older audio job is called off.
+    std::shared_ptr<JobToken> startAudioJob() { return m_audioJobs.start(); }
+    // True while the job is the latest audio request (checked on the main thread by every
+    // step a job hands back, so a called-off job never reaches the editor).
+    bool isCurrentAudioJob(const JobToken& token) const { return m_audioJobs.isCurrent(token); }
+    // Makes `file` the current rendered recording; the one it replaces is removed from the
+    // disk once no export uses it any more.
+    void adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file);
     std::optional<double> m_integratedLoudnessLUFS;
     std::optional<double> m_truePeakDBTP;
     bool m_isMeasuringLoudness = false;
@@ -440,10 +428,23 @@ private:
     std::shared_ptr<RenderedAudioFile> m_renderedAudio;
 
     // ---- Playback and recording (private) ----
+    // The two tick steps and the assignment primitives, internal steps of recording and of
+    // audio reloading.
+    void updateAssignmentForCurrentTime();
+    void updateSelectedImageForCurrentTime();
+    // Writes the page image, its placement (currentAssignmentPlacement when set) and
+    // currentAssignmentIndex into the frame; a frame outside the store is skipped. Writes
+    // silently: the caller announces the change once for all the frames it wrote.
+    void assignImage(const QImage& image, int64_t frame);
+    // Writes the page with the given index and a freshly computed placement, leaving the
+    // recording state alone. Writes silently, like assignImage().
+    void assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex);
 
     // ---- Page import and page-list editing (private) ----
+    // Hands the page pictures, in list order, to the frame store (which only stores them).
+    void updateFrameManagerImages();
     // The page rendered at two pixels per point on white (see images/PdfRendering.h).
-    QImage renderPDFPage(class QPdfDocument& document, int pageIndex);
+    QImage renderPDFPage(QPdfDocument& document, int pageIndex);
     // The two scaled to the taller height and placed side by side on white.
     QImage mergeImagesHorizontally(const QImage& left, const QImage& right);
     // Removes the portrait (or else the landscape) pages and logs how many went.
@@ -455,8 +456,18 @@ private:
     void followRecordedPage(const std::optional<QUuid>& recordedPage);
 
     // ---- Rendering and export (private) ----
+    // The fade of a frame in the export: none outside a fade (export frame rate and
+    // transitionDuration decide its length).
+    std::optional<TransitionInfo> calculateTransitionInfo(int64_t frameIndex) const;
+    // The export picture of a frame, fade included, as a premultiplied ARGB image of `size`
+    // (bytes B, G, R, A). None, with a log line, when the frame is missing or the picture
+    // cannot be made.
+    std::optional<QImage> createSimplePixelBuffer(int64_t frameIndex, QSizeF size) const;
 
     // ---- Project files (private) ----
+    // Puts the file's page assignments and rectangles into the frames the store has now,
+    // seeks to the saved position and logs the completion line.
+    void restoreProjectFrames(const ProjectJSON& project);
     // Counts project loads and new projects, so that a frame restore still pending from an
     // earlier load never writes into the project that replaced it.
     uint64_t m_projectGeneration = 0;
@@ -524,5 +535,6 @@ private:
     bool m_wasPaused = false;
     std::optional<Placement> m_currentAssignmentPlacement;
     std::array<QColor, kPageColorCount> m_pageColors;
-    Frames m_frameManager;
+    // Held through a pointer so that this header needs only the name of the frame store.
+    std::unique_ptr<Frames> m_frameManager;
 };

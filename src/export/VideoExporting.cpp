@@ -1,6 +1,7 @@
 // The editor's export commands: the save chooser, the snapshot taken when an export starts,
 // the background work item, and the progress, mux and final alert back on the main thread.
 #include "audio/RenderedAudioFile.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/AudioMuxer.h"
 #include "export/VideoExport.h"
@@ -56,7 +57,7 @@ void VideoEditorViewModel::exportVideo()
 void VideoEditorViewModel::exportVideoFile(const QString& to)
 {
     auto job = std::make_shared<VideoExportJob>();
-    job->frames = snapshotFrames(m_frameManager);
+    job->frames = snapshotFrames(*m_frameManager);
     job->destination = to;
     const QSizeF size = videoSize();
     job->width = static_cast<int>(size.width());

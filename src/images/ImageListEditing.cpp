@@ -2,6 +2,7 @@
 // pages, move by drag. Main thread, synchronous. The frames are deliberately left alone: a
 // recorded frame keeps the picture it was given and its stored page index, even when that
 // index afterwards names a different entry or none.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "images/ImageMerging.h"
 #include "images/PageListRules.h"
@@ -169,5 +170,5 @@ void VideoEditorViewModel::updateFrameManagerImages()
     pictures.reserve(static_cast<qsizetype>(m_images.size()));
     for (const ImageItem& item : m_images)
         pictures.append(item.image());
-    m_frameManager.setImages(std::move(pictures));
+    m_frameManager->setImages(std::move(pictures));
 }

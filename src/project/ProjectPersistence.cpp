@@ -3,6 +3,8 @@
 // with its two-second debounce. Main thread; the only background part is the audio load
 // that a project load starts. A project's frames are never given up: they wait for its
 // recording to load, and while the recording is missing they are saved back as loaded.
+#include "audio/AudioPlayer.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFileReading.h"
 #include "project/ProjectFormat.h"
@@ -17,6 +19,7 @@
 #include <QPointer>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <memory>
 
@@ -100,7 +103,7 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
     } else {
         project.audioPath = m_audioURL;
         project.originalAudioPath = m_originalAudioURL;
-        project.frames = framesToJSON(m_frameManager);
+        project.frames = framesToJSON(*m_frameManager);
         project.duration = m_duration;
         project.currentTime = m_currentTime;
     }
@@ -188,7 +191,7 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setDuration(0.0);
     setCurrentTime(0.0);
     setWaveformData({});
-    m_frameManager.clear();
+    m_frameManager->clear();
     setSelectedImageIndices({});
 
     const ProjectSettings settings = projectSettings(*project);
@@ -300,7 +303,7 @@ void VideoEditorViewModel::keepMissingRecording(std::shared_ptr<const ProjectJSO
 
 void VideoEditorViewModel::restoreProjectFrames(const ProjectJSON& project)
 {
-    restoreFrames(m_frameManager, project.frames, m_images);
+    restoreFrames(*m_frameManager, project.frames, m_images);
     announceChange();
     seekTo(restoredPosition(project.currentTime, m_duration));
     logLine(QStringLiteral("[Load] Projekt betöltve: ") + QString::number(m_images.size()) +
@@ -326,7 +329,7 @@ void VideoEditorViewModel::newProject()
     setCurrentTime(0.0);
     setDuration(0.0);
     setWaveformData({});
-    m_frameManager.clear();
+    m_frameManager->clear();
     setIsRecording(false);
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});

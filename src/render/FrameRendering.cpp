@@ -1,7 +1,9 @@
 // The editor's frame rendering: transition info over the live frame store, the export
 // picture of one frame, and the preview of the frame under the playhead. Main thread.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "render/FrameRenderer.h"
+#include "render/TransitionInfo.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"
 
@@ -16,7 +18,7 @@ constexpr int kPixelBufferAllocationFailed = -6662;
 
 std::optional<TransitionInfo> VideoEditorViewModel::calculateTransitionInfo(int64_t frameIndex) const
 {
-    const Frames& frames = m_frameManager;
+    const Frames& frames = *m_frameManager;
     return transitionInfo(frameIndex, frames.getFrameCount(), m_transitionDuration, m_exportFPS,
                           [&frames](int64_t i) -> std::optional<int> {
                               const std::shared_ptr<const FrameData> frame = frames.getFrame(i);
@@ -26,7 +28,7 @@ std::optional<TransitionInfo> VideoEditorViewModel::calculateTransitionInfo(int6
 
 std::optional<QImage> VideoEditorViewModel::createSimplePixelBuffer(int64_t frameIndex, QSizeF size) const
 {
-    const std::shared_ptr<const FrameData> frame = m_frameManager.getFrame(frameIndex);
+    const std::shared_ptr<const FrameData> frame = m_frameManager->getFrame(frameIndex);
     if (!frame) {
         if (frameIndex == 0)
             logLine(QStringLiteral("[Export] ERROR: getFrame(0) returned nil!"));
@@ -50,7 +52,7 @@ std::optional<QImage> VideoEditorViewModel::createSimplePixelBuffer(int64_t fram
     std::optional<FrameLook> previous;
     if (transition) {
         if (const std::shared_ptr<const FrameData> previousFrame =
-                    m_frameManager.getFrame(transition->prevFrameIndex))
+                    m_frameManager->getFrame(transition->prevFrameIndex))
             previous = frameLook(*previousFrame);
     }
     ScaledPageCache cache(2);
@@ -68,6 +70,6 @@ std::optional<QImage> VideoEditorViewModel::renderCurrentFrame() const
     // The frame the counter shows: the same time-to-frame rule as everywhere in the editor.
     const int64_t index = frameIndexForTime(m_currentTime);
     const QSizeF size = videoSize();
-    return renderFrame(m_frameManager, index, nullptr,
+    return renderFrame(*m_frameManager, index, nullptr,
                        QSize(static_cast<int>(size.width()), static_cast<int>(size.height())));
 }

@@ -1,5 +1,6 @@
 #include "ui/WaveformView.h"
 
+#include "editor/Frames.h"
 #include "editor/PageBoundarySnapping.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Dialogs.h"

@@ -1,6 +1,8 @@
 #include "tests/ui/WindowFixture.h"
 
 #include "app/AppDelegate.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 #include "support/Log.h"
 #include "ui/AppCommands.h"
 
@@ -32,7 +34,7 @@ QStringList itemsOf(const QMenu* menu)
 
 void giveAudio(VideoEditorViewModel& editor, double duration)
 {
-    editor.setAudioPlayer(std::make_unique<ManualAudioPlayer>(duration));
+    EditorTestAccess::setAudioPlayer(editor, std::make_unique<ManualAudioPlayer>(duration));
     editor.setDuration(duration);
     editor.setAudioURL(QStringLiteral("/tmp/audio_with_silence_TEST.wav"));
     editor.getFrameManager().ensureFrameCount(duration, VideoEditorViewModel::FPS);

@@ -1,6 +1,8 @@
 // Overlapping audio requests, failures inside the audio jobs, and the rendered WAVs they
 // leave: the last request wins, a called-off job changes nothing, a failing job ends in its
 // failure line, and only the current recording's WAV stays on the disk.
+#include "audio/AudioPlayer.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"

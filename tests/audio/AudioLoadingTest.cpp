@@ -1,13 +1,16 @@
 #include "audio/AudioDecoder.h"
+#include "audio/AudioPlayer.h"
 #include "audio/FrameSlicing.h"
 #include "audio/Loudness.h"
 #include "audio/Waveform.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
+#include "tests/support/EditorTestAccess.h"
+#include "tests/support/EventLoop.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
 #include "tests/support/AudioFixtures.h"
-#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -131,7 +134,7 @@ TEST_F(AudioLoading, OneDecodeGivesExactlyWhatReReadingTheWrittenWavGives)
     for (int64_t i = 0; i < frames.getFrameCount(); ++i)
         ASSERT_EQ(frames.getFrame(i)->audioDatas, slices.slices[size_t(i)]) << i;
     // The loudness is that of the original file, before the boost.
-    EXPECT_EQ(editor.audioLoudnessDB(), editor.measureAudioLoudness(path));
+    EXPECT_EQ(editor.audioLoudnessDB(), EditorTestAccess::measureAudioLoudness(editor, path));
 }
 
 TEST_F(AudioLoading, FileThatCannotBeOpenedLogsTheErrorAndEndsLoading)

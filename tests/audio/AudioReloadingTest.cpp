@@ -1,12 +1,15 @@
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
+#include "support/Log.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -31,13 +34,14 @@ protected:
         editor.autoSaveTimer()->stop();
         editor.setImages(
                 makePageItems({makePageImage(800, 600, Qt::red), makePageImage(600, 800, Qt::blue)}));
-        editor.updateFrameManagerImages();
+        EditorTestAccess::updateFrameManagerImages(editor);
     }
 
     void assign(int64_t first, int64_t last, int page)
     {
         for (int64_t frame = first; frame <= last; ++frame)
-            editor.assignImageWithIndex(editor.images()[static_cast<size_t>(page)].image(), frame, page);
+            EditorTestAccess::assignImageWithIndex(editor, editor.images()[static_cast<size_t>(page)].image(),
+                                                   frame, page);
     }
 
     std::optional<int> pageOf(int64_t frame) const

@@ -1,7 +1,8 @@
 #include "audio/Loudness.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
+#include "tests/support/EditorTestAccess.h"
+#include "support/Log.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,7 @@ TEST(Loudness, AllZeroFileMeasuresMinus100AndIsRatedVeryQuietInRed)
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("zero.wav")), fixtures::silence(44100, 2, 44100));
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
-    const std::optional<double> measured = editor.measureAudioLoudness(path);
+    const std::optional<double> measured = EditorTestAccess::measureAudioLoudness(editor, path);
     ASSERT_TRUE(measured.has_value());
     EXPECT_EQ(*measured, -100.0);
 
@@ -45,7 +46,7 @@ TEST(Loudness, FullScaleSquareMeasuresZeroDbAndIsRatedTooLoudInRed)
     const QString path = fixtures::writeWav(dir.filePath(QStringLiteral("square.wav")),
                                             fixtures::squareWave(44100, 1, 44100, 1.0f));
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
-    const std::optional<double> measured = editor.measureAudioLoudness(path);
+    const std::optional<double> measured = EditorTestAccess::measureAudioLoudness(editor, path);
     ASSERT_TRUE(measured.has_value());
     EXPECT_EQ(*measured, 0.0);
 
@@ -143,7 +144,7 @@ TEST(Loudness, UnreadableFileHasNoLoudnessAndLogsWhy)
     const QString path = fixtures::writeBytes(dir.filePath(QStringLiteral("text.wav")), "not audio\n");
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
     LogCapture log;
-    EXPECT_FALSE(editor.measureAudioLoudness(path).has_value());
+    EXPECT_FALSE(EditorTestAccess::measureAudioLoudness(editor, path).has_value());
     ASSERT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hangosság mérés hiba: ")).size(), 1);
 }
 
@@ -159,7 +160,7 @@ TEST(Loudness, Mp3IsMeasuredFromItsDecodedSamples)
                                        &error))
             << error.toStdString();
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
-    const std::optional<double> measured = editor.measureAudioLoudness(path);
+    const std::optional<double> measured = EditorTestAccess::measureAudioLoudness(editor, path);
     ASSERT_TRUE(measured.has_value());
     // A sine of amplitude 0.5 has an RMS of 0.5 / sqrt(2): -9.03 dB; MP3 adds a little error
     // and a few samples of silence at the start.

@@ -1,8 +1,9 @@
 #include "audio/SilenceRendering.h"
 #include "audio/AudioDecoder.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
+#include "tests/support/EditorTestAccess.h"
+#include "support/Log.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +27,7 @@ struct Rendered {
 Rendered render(VideoEditorViewModel& editor, const QString& source, double start, double end)
 {
     Rendered result;
-    result.path = editor.addSilenceToAudio(source, start, end);
+    result.path = EditorTestAccess::addSilenceToAudio(editor, source, start, end);
     if (result.path) {
         DecodeResult decoded = decodeAudioFile(*result.path);
         if (decoded.audio)
@@ -148,8 +149,8 @@ TEST(SilenceRendering, OutputIsNamedWithAFreshUpperCaseUuidInTheTemporaryFolder)
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("s.wav")), fixtures::silence(44100, 1, 10));
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
-    const std::optional<QString> first = editor.addSilenceToAudio(path, 0.0, 0.0);
-    const std::optional<QString> second = editor.addSilenceToAudio(path, 0.0, 0.0);
+    const std::optional<QString> first = EditorTestAccess::addSilenceToAudio(editor, path, 0.0, 0.0);
+    const std::optional<QString> second = EditorTestAccess::addSilenceToAudio(editor, path, 0.0, 0.0);
     ASSERT_TRUE(first && second);
     EXPECT_NE(*first, *second);
     const QRegularExpression name(QStringLiteral(
@@ -171,7 +172,9 @@ TEST(SilenceRendering, UnreadableSourceLogsTheErrorAndGivesNothing)
     QTemporaryDir dir;
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
     LogCapture log;
-    EXPECT_FALSE(editor.addSilenceToAudio(dir.filePath(QStringLiteral("missing.wav")), 1.0, 1.0).has_value());
+    EXPECT_FALSE(
+            EditorTestAccess::addSilenceToAudio(editor, dir.filePath(QStringLiteral("missing.wav")), 1.0, 1.0)
+                    .has_value());
     ASSERT_EQ(log.lines().size(), 1);
     EXPECT_TRUE(log.lines().front().startsWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ")));
 }
@@ -184,7 +187,7 @@ TEST(SilenceRendering, UnwritableOutputLogsTheErrorAndGivesNothing)
     VideoEditorViewModel editor(
             fixtures::manualPlayerEnvironment(dir.filePath(QStringLiteral("no-such-folder"))));
     LogCapture log;
-    EXPECT_FALSE(editor.addSilenceToAudio(path, 1.0, 1.0).has_value());
+    EXPECT_FALSE(EditorTestAccess::addSilenceToAudio(editor, path, 1.0, 1.0).has_value());
     EXPECT_EQ(log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: ")).size(), 1);
 }
 
@@ -202,10 +205,12 @@ TEST(SilenceRenderingDeathTest, NonFiniteSilenceStopsTheProgram)
     const QString path =
             fixtures::writeWav(dir.filePath(QStringLiteral("s.wav")), fixtures::silence(44100, 1, 10));
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
-    EXPECT_DEATH(editor.addSilenceToAudio(path, std::numeric_limits<double>::quiet_NaN(), 0.0),
-                 "Double value cannot be converted to UInt32 because it is either infinite or NaN");
-    EXPECT_DEATH(editor.addSilenceToAudio(path, 0.0, std::numeric_limits<double>::infinity()),
-                 "Double value cannot be converted to UInt32 because it is either infinite or NaN");
+    EXPECT_DEATH(
+            EditorTestAccess::addSilenceToAudio(editor, path, std::numeric_limits<double>::quiet_NaN(), 0.0),
+            "Double value cannot be converted to UInt32 because it is either infinite or NaN");
+    EXPECT_DEATH(
+            EditorTestAccess::addSilenceToAudio(editor, path, 0.0, std::numeric_limits<double>::infinity()),
+            "Double value cannot be converted to UInt32 because it is either infinite or NaN");
 }
 
 TEST(SilenceRenderingDeathTest, SilenceOfTwoToTheThirtyTwoFramesStopsTheProgram)
@@ -215,10 +220,10 @@ TEST(SilenceRenderingDeathTest, SilenceOfTwoToTheThirtyTwoFramesStopsTheProgram)
             fixtures::writeWav(dir.filePath(QStringLiteral("s.wav")), fixtures::silence(44100, 1, 10));
     VideoEditorViewModel editor(fixtures::manualPlayerEnvironment(dir.path()));
     EXPECT_DEATH(
-            editor.addSilenceToAudio(path, 4294967296.0 / 44100.0, 0.0),
+            EditorTestAccess::addSilenceToAudio(editor, path, 4294967296.0 / 44100.0, 0.0),
             "Double value cannot be converted to UInt32 because the result would be greater than UInt32.max");
     EXPECT_DEATH(
-            editor.addSilenceToAudio(path, -1.0, 0.0),
+            EditorTestAccess::addSilenceToAudio(editor, path, -1.0, 0.0),
             "Double value cannot be converted to UInt32 because the result would be less than UInt32.min");
 }
 

@@ -3,10 +3,12 @@
 // with their log lines, leave the partly written WAV where it was written (it is never used),
 // keep the recording in use and the project files as they were, and work again once there is
 // room.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
-#include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/FaultFixtures.h"
+#include "support/Log.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
 
@@ -15,6 +17,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QTimer>
 
 #include <cerrno>
 
@@ -44,9 +47,9 @@ protected:
         ASSERT_TRUE(project.loadAudioAndWait(first));
         editor.autoSaveTimer()->stop();
         editor.setImages(makePageItems({makePageImage(80, 60, Qt::red)}));
-        editor.updateFrameManagerImages();
+        EditorTestAccess::updateFrameManagerImages(editor);
         for (int64_t frame = 0; frame < 40; ++frame)
-            editor.assignImageWithIndex(editor.images()[0].image(), frame, 0);
+            EditorTestAccess::assignImageWithIndex(editor, editor.images()[0].image(), frame, 0);
     }
 
     // A failed rendering leaves what the disk took of its file where it was written (the
@@ -184,7 +187,7 @@ TEST_F(TemporaryWavFaults, SilenceRenderingOnAFullDiskReturnsNothingAndKeepsTheC
     {
         const FileSizeLimit full(kRoom);
         ASSERT_TRUE(full.active());
-        rendered = editor.addSilenceToAudio(second, 1.0, 2.0);
+        rendered = EditorTestAccess::addSilenceToAudio(editor, second, 1.0, 2.0);
     }
     EXPECT_FALSE(rendered.has_value());
     const QStringList errors = log.linesStartingWith(QStringLiteral("[Audio] Hiba a csend hozzáadásakor: "));
@@ -192,7 +195,7 @@ TEST_F(TemporaryWavFaults, SilenceRenderingOnAFullDiskReturnsNothingAndKeepsTheC
     EXPECT_TRUE(errors[0].contains(qt_error_string(EFBIG))) << errors[0].toStdString();
     expectOneCutShortWavBeside(renderedBefore);
 
-    rendered = editor.addSilenceToAudio(second, 1.0, 2.0);
+    rendered = EditorTestAccess::addSilenceToAudio(editor, second, 1.0, 2.0);
     ASSERT_TRUE(rendered.has_value());
     EXPECT_EQ(QFileInfo(*rendered).size(), 58 + 6 * 44100 * 4);
 }

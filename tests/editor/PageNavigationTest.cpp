@@ -1,4 +1,6 @@
 #include "tests/support/PlaybackFixtures.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +21,7 @@ protected:
     void assignRun(int64_t first, int64_t last, int pageIndex)
     {
         for (int64_t i = first; i <= last; ++i)
-            editor.assignImageWithIndex(page, i, pageIndex);
+            EditorTestAccess::assignImageWithIndex(editor, page, i, pageIndex);
     }
 
     void placePlayheadAt(int64_t frame) { editor.seekTo(static_cast<double>(frame) / 30.0); }
@@ -169,7 +171,7 @@ TEST_F(PageNavigation, JumpDuringRecordingPaintsTheStretchItCrosses)
 
 TEST_F(PageNavigation, PageColourFollowsThePageIndexModuloSixteenAtNinetyPercent)
 {
-    editor.assignImageWithIndex(page, 10, 17);
+    EditorTestAccess::assignImageWithIndex(editor, page, 10, 17);
     const std::optional<QColor> color = editor.colorForFrame(10);
     ASSERT_TRUE(color.has_value());
     const QColor expected = QColor::fromRgbF(0.67, 0.78, 0.91, 0.9);
@@ -180,7 +182,7 @@ TEST_F(PageNavigation, PageColourFollowsThePageIndexModuloSixteenAtNinetyPercent
 
 TEST_F(PageNavigation, PageColourOfAMissingFrameIsNone)
 {
-    editor.assignImageWithIndex(page, 0, 0);
+    EditorTestAccess::assignImageWithIndex(editor, page, 0, 0);
     EXPECT_EQ(editor.colorForFrame(-1), std::nullopt);
     EXPECT_EQ(editor.colorForFrame(editor.getFrameManager().getFrameCount()), std::nullopt);
 }
@@ -194,7 +196,7 @@ TEST_F(PageNavigation, EveryPageIndexGetsItsPaletteColour)
             {0.96, 0.85, 0.88}, {0.85, 0.91, 0.96}, {0.93, 0.95, 0.80}, {0.90, 0.82, 0.72},
     };
     for (int index = 0; index < 32; ++index) {
-        editor.assignImageWithIndex(page, index, index);
+        EditorTestAccess::assignImageWithIndex(editor, page, index, index);
         const double* rgb = kPalette[index % 16];
         const std::optional<QColor> color = editor.colorForFrame(index);
         ASSERT_TRUE(color.has_value());

@@ -1,4 +1,6 @@
 #include "tests/support/PlaybackFixtures.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -58,8 +60,8 @@ TEST(PagePlacement, FormatChangeRefitsEveryAssignedFrame)
     const QImage portraitPage = makePageImage(1240, 1754, Qt::red);
     const QImage landscapePage = makePageImage(3508, 2480, Qt::blue);
     editor.setImages(makePageItems({portraitPage, landscapePage}));
-    editor.assignImageWithIndex(portraitPage, 0, 0);
-    editor.assignImageWithIndex(landscapePage, 1, 1);
+    EditorTestAccess::assignImageWithIndex(editor, portraitPage, 0, 0);
+    EditorTestAccess::assignImageWithIndex(editor, landscapePage, 1, 1);
     const QColor background(10, 20, 30);
     editor.getFrameManager().getFrame(1)->bgColor = background;
 
@@ -98,7 +100,7 @@ TEST(PagePlacement, FrameWhosePageNoLongerExistsKeepsItsPlacement)
     VideoEditorViewModel& editor = fixture.editor();
     const QImage page = makePageImage(1240, 1754, Qt::red);
     editor.setImages(makePageItems({page}));
-    editor.assignImageWithIndex(page, 5, 3);
+    EditorTestAccess::assignImageWithIndex(editor, page, 5, 3);
 
     editor.setVideoFormat(VideoFormat::portrait);
     editor.recalculatePlacementsForFormat();

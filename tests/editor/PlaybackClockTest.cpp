@@ -1,9 +1,12 @@
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
+#include <QTimer>
 
 #include <cmath>
 #include <limits>
@@ -322,7 +325,7 @@ TEST(PlaybackClock, SeekSelectsThePageAssignedAtTheNewPosition)
     VideoEditorViewModel& editor = fixture.editor();
     const QImage page = makePageImage(1240, 1754, Qt::red);
     editor.setImages(makePageItems({page, page, page, page, page}));
-    editor.assignImageWithIndex(page, 90, 4);
+    EditorTestAccess::assignImageWithIndex(editor, page, 90, 4);
     editor.setSelectedImageIndex(1);
 
     editor.seekTo(2.0);

@@ -1,9 +1,12 @@
+#include "editor/Frames.h"
 #include "render/Placement.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace {
 
@@ -79,7 +82,7 @@ TEST_F(Recording, StartWithNothingSelectedUsesPageZeroAndSelectsIt)
 
 TEST_F(Recording, StartWithASelectionPastTheEndUsesPageZero)
 {
-    editor.setCurrentAssignmentIndex(4);
+    EditorTestAccess::setCurrentAssignmentIndex(editor, 4);
     editor.setSelectedImageIndex(6);
     editor.startRecording();
     EXPECT_EQ(editor.currentAssignmentIndex(), 0);
@@ -137,7 +140,7 @@ TEST_F(Recording, PreviousPageOnTheFirstPageChangesNothing)
 TEST_F(Recording, PagePressesOutsideRecordingDoNothing)
 {
     editor.setSelectedImageIndex(2);
-    editor.setCurrentAssignmentIndex(2);
+    EditorTestAccess::setCurrentAssignmentIndex(editor, 2);
     editor.nextPageDuringRecording();
     editor.previousPageDuringRecording();
     EXPECT_EQ(editor.currentAssignmentIndex(), 2);
@@ -187,7 +190,7 @@ TEST_F(Recording, PageChangeComputesThePlacementOfTheNewPage)
 TEST_F(Recording, PageChangeLeavesFramesAfterThePlayheadFromAnEarlierTakeAlone)
 {
     for (int64_t frame = 0; frame < 900; ++frame)
-        editor.assignImageWithIndex(pages[4], frame, 4);
+        EditorTestAccess::assignImageWithIndex(editor, pages[4], frame, 4);
     editor.seekTo(5.0);
     editor.setSelectedImageIndex(1);
     editor.startRecording();
@@ -238,7 +241,7 @@ TEST_F(Recording, PlainPlaybackOverUnassignedFramesKeepsTheSelection)
 TEST_F(Recording, PlainPlaybackSelectsThePageOnScreen)
 {
     for (int64_t frame = 30; frame < 60; ++frame)
-        editor.assignImageWithIndex(pages[4], frame, 4);
+        EditorTestAccess::assignImageWithIndex(editor, pages[4], frame, 4);
     editor.setSelectedImageIndex(1);
     editor.play();
     tick(10);
@@ -265,12 +268,12 @@ TEST_F(Recording, EveryRecordingTickSelectsThePageBeingRecorded)
 
 TEST_F(Recording, AssignImageWithIndexWritesTheGivenIndexAndLeavesTheRecordingStateAlone)
 {
-    editor.setCurrentAssignmentIndex(2);
+    EditorTestAccess::setCurrentAssignmentIndex(editor, 2);
     const Placement odd{1, 2, 3, 4};
-    editor.setCurrentAssignmentPlacement(odd);
+    EditorTestAccess::setCurrentAssignmentPlacement(editor, odd);
     QSignalSpy changes(&editor, &VideoEditorViewModel::changed);
 
-    editor.assignImageWithIndex(pages[5], 10, 5);
+    EditorTestAccess::assignImageWithIndex(editor, pages[5], 10, 5);
 
     const auto record = editor.getFrameManager().getFrame(10);
     EXPECT_EQ(record->assignedImageIndex, 5);
@@ -283,8 +286,8 @@ TEST_F(Recording, AssignImageWithIndexWritesTheGivenIndexAndLeavesTheRecordingSt
 
 TEST_F(Recording, AssignImageWritesTheRecordedPageIndexWhateverTheImage)
 {
-    editor.setCurrentAssignmentIndex(3);
-    editor.assignImage(pages[4], 7);
+    EditorTestAccess::setCurrentAssignmentIndex(editor, 3);
+    EditorTestAccess::assignImage(editor, pages[4], 7);
     const auto record = editor.getFrameManager().getFrame(7);
     EXPECT_EQ(record->assignedImageIndex, 3);
     EXPECT_EQ(record->bgImage->cacheKey(), pages[4].cacheKey());
@@ -295,18 +298,18 @@ TEST_F(Recording, AssignImageWritesTheRecordedPageIndexWhateverTheImage)
 TEST_F(Recording, AssignImageUsesTheStoredPlacementWhenThereIsOne)
 {
     const Placement stored{11, 12, 13, 14};
-    editor.setCurrentAssignmentPlacement(stored);
-    editor.assignImage(pages[0], 7);
+    EditorTestAccess::setCurrentAssignmentPlacement(editor, stored);
+    EditorTestAccess::assignImage(editor, pages[0], 7);
     EXPECT_EQ(rectangleOf(*editor.getFrameManager().getFrame(7)), stored);
 }
 
 TEST_F(Recording, WritesOutsideTheFrameStoreAreSkipped)
 {
     const int64_t count = editor.getFrameManager().getFrameCount();
-    editor.assignImage(pages[0], -1);
-    editor.assignImage(pages[0], count);
-    editor.assignImageWithIndex(pages[0], -1, 0);
-    editor.assignImageWithIndex(pages[0], count, 0);
+    EditorTestAccess::assignImage(editor, pages[0], -1);
+    EditorTestAccess::assignImage(editor, pages[0], count);
+    EditorTestAccess::assignImageWithIndex(editor, pages[0], -1, 0);
+    EditorTestAccess::assignImageWithIndex(editor, pages[0], count, 0);
     editor.assignImagePublic(pages[1], count + 5, 1);
     EXPECT_EQ(editor.getFrameManager().getFrameCount(), count);
     for (int64_t frame = 0; frame < count; ++frame)
@@ -397,7 +400,7 @@ TEST_F(Recording, PositionMovingBackWithoutASeekFillsNothingUntilItPassesTheSwee
     editor.startRecording();
     fixture.tickAt(2.0);
     ASSERT_EQ(editor.lastAssignedFrameIndex(), 60);
-    editor.setCurrentAssignmentIndex(1);
+    EditorTestAccess::setCurrentAssignmentIndex(editor, 1);
     fixture.tickAt(1.0);
     EXPECT_EQ(fixture.pageOfFrame(30), 0);
     EXPECT_EQ(editor.lastAssignedFrameIndex(), 60);

@@ -1,9 +1,11 @@
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/ScriptedDialogs.h"
+#include "editor/Frames.h"
 
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace {
 

@@ -1,4 +1,5 @@
 // The editor's page import: image files and PDFs, single and paired, the question, bad input.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "images/PagePointSize.h"
 #include "support/Log.h"

@@ -1,4 +1,5 @@
 // The editor's page-list edits: remove, delete all, delete by orientation, merge, move.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
 #include "tests/support/ScriptedDialogs.h"

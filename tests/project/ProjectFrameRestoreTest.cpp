@@ -1,6 +1,7 @@
 // A loaded project's page turns are never lost: they wait for a recording that loads slowly,
 // no autosave is written before they are back, and a missing or unreadable recording keeps
 // them (saved back as loaded) until the recording is loaded again.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"

@@ -1,8 +1,10 @@
 // The editor's project files: save, load, new project, autosave and autoload, and bad files.
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
-#include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
+#include "support/Log.h"
 #include "tests/support/PdfFixtures.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
@@ -146,7 +148,7 @@ TEST_F(ProjectPersistence, FrameWithoutAPageIsWrittenWithItsRectangleOnly)
     editor.setEndSilenceDuration(0.0);
     ASSERT_TRUE(project.loadAudioAndWait(tone));
     editor.setImages(makePageItems({makePageImage(100, 100, Qt::red)}));
-    editor.assignImageWithIndex(editor.images()[0].image(), 1, 0);
+    EditorTestAccess::assignImageWithIndex(editor, editor.images()[0].image(), 1, 0);
 
     const QString path = file(QStringLiteral("frames.vnk"));
     ASSERT_TRUE(editor.saveProjectToFileSync(path));
@@ -373,8 +375,9 @@ TEST_F(ProjectPersistence, PageIndicesThatNameNoPageAreNeverUsedAsIndices)
     // The rest of the editor copes with such frames.
     for (int64_t frame = 0; frame < 6; ++frame) {
         (void)editor.colorForFrame(frame);
-        (void)editor.calculateTransitionInfo(frame);
-        EXPECT_TRUE(editor.createSimplePixelBuffer(frame, QSizeF(108, 192)).has_value()) << frame;
+        (void)EditorTestAccess::calculateTransitionInfo(editor, frame);
+        EXPECT_TRUE(EditorTestAccess::createSimplePixelBuffer(editor, frame, QSizeF(108, 192)).has_value())
+                << frame;
         editor.seekTo(static_cast<double>(frame) / 30.0);
     }
     editor.jumpToNextPage();
@@ -776,7 +779,8 @@ TEST_F(ProjectPersistence, RoundTripRestoresTheSameProject)
     const int pages[] = {0, 5, 2, 6};
     for (int64_t frame = 0; frame < 100; ++frame) {
         const int page = pages[frame / 25];
-        editor.assignImageWithIndex(editor.images()[static_cast<size_t>(page)].image(), frame, page);
+        EditorTestAccess::assignImageWithIndex(editor, editor.images()[static_cast<size_t>(page)].image(),
+                                               frame, page);
     }
     editor.seekTo(2.5);
 

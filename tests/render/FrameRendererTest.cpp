@@ -1,7 +1,9 @@
 #include "render/FrameRenderer.h"
+#include "editor/Frames.h"
 #include "render/FrameSnapshot.h"
-#include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/ExportFixtures.h"
+#include "support/Log.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +24,7 @@ TEST_F(FrameRendering, FrameWithoutImageIsAPlainColourFieldInBothRenderers)
     const auto preview = renderFrame(editor.getFrameManager(), 1, nullptr, QSize(64, 36));
     ASSERT_TRUE(preview.has_value());
     EXPECT_EQ(preview->size(), QSize(64, 36));
-    const auto buffer = editor.createSimplePixelBuffer(1, QSizeF(64, 36));
+    const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 1, QSizeF(64, 36));
     ASSERT_TRUE(buffer.has_value());
     for (const QImage& image : {*preview, *buffer}) {
         for (int y = 0; y < image.height(); y += 5)
@@ -61,7 +63,7 @@ TEST_F(FrameRendering, RectangleIsMeasuredFromTheLowerLeftCorner)
     ensureFrames(editor, 1);
     assignFrames(editor, 0, 1, 0, QRect(10, 20, 100, 50));
     for (const QImage& image : {*renderFrame(editor.getFrameManager(), 0),
-                                *editor.createSimplePixelBuffer(0, QSizeF(1920, 1080))}) {
+                                *EditorTestAccess::createSimplePixelBuffer(editor, 0, QSizeF(1920, 1080))}) {
         // y = 20 from the bottom: rows 1080 - 20 - 50 = 1010 to 1059 from the top.
         EXPECT_EQ(image.pixel(50, 1030), qRgb(255, 0, 0));
         EXPECT_EQ(image.pixel(50, 1009), qRgb(255, 255, 255));
@@ -76,7 +78,7 @@ TEST_F(FrameRendering, PixelBufferBytesAreBlueGreenRedAlpha)
     setPages(editor, {solidPage(QColor(200, 100, 50))});
     ensureFrames(editor, 1);
     assignFrames(editor, 0, 1, 0);
-    const auto buffer = editor.createSimplePixelBuffer(0, QSizeF(1920, 1080));
+    const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 0, QSizeF(1920, 1080));
     ASSERT_TRUE(buffer.has_value());
     EXPECT_EQ(buffer->format(), QImage::Format_ARGB32_Premultiplied);
     EXPECT_EQ(buffer->size(), QSize(1920, 1080));
@@ -98,7 +100,7 @@ TEST_F(FrameRendering, PagesAreSmoothScaled)
     setPages(editor, {stripes});
     ensureFrames(editor, 1);
     assignFrames(editor, 0, 1, 0, QRect(0, 0, 200, 200));
-    const auto buffer = editor.createSimplePixelBuffer(0, QSizeF(400, 400));
+    const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 0, QSizeF(400, 400));
     ASSERT_TRUE(buffer.has_value());
     for (int x = 20; x < 180; x += 13) {
         const int grey = qGreen(buffer->pixel(x, 300));
@@ -118,7 +120,7 @@ TEST_F(FrameRendering, FadeDrawsThePreviousPageThenTheNewOneOverTheFill)
         const double b = double(k + 1) / 15.0;
         const QColor expected =
                 k == 14 ? QColor(0, 0, 255) : blend(blend(white, Qt::red, 1.0 - b), Qt::blue, b);
-        const auto buffer = editor.createSimplePixelBuffer(10 + k, QSizeF(1920, 1080));
+        const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 10 + k, QSizeF(1920, 1080));
         ASSERT_TRUE(buffer.has_value());
         const QRgb pixel = buffer->pixel(960, 540);
         EXPECT_TRUE(colorNear(pixel, expected, 2)) << k << " " << describe(pixel).toStdString();
@@ -132,7 +134,7 @@ TEST_F(FrameRendering, FadeFromAFrameWithoutImageDrawsOnlyTheNewPageAtItsOpacity
     assignFrames(editor, 0, 5, 0);
     assignFrames(editor, 5, 20, 1);
     editor.getFrameManager().getFrame(4)->bgImage.reset(); // assigned, but its image is gone
-    const auto buffer = editor.createSimplePixelBuffer(5, QSizeF(1920, 1080));
+    const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 5, QSizeF(1920, 1080));
     ASSERT_TRUE(buffer.has_value());
     const QRgb pixel = buffer->pixel(960, 540);
     EXPECT_TRUE(colorNear(pixel, blend(Qt::white, Qt::blue, 1.0 / 15.0), 2)) << describe(pixel).toStdString();
@@ -144,7 +146,7 @@ TEST_F(FrameRendering, PreviousPageFadesOutAtItsOwnPlacement)
     ensureFrames(editor, 20);
     assignFrames(editor, 0, 5, 0, QRect(0, 0, 100, 1080));
     assignFrames(editor, 5, 20, 1, QRect(1000, 0, 100, 1080));
-    const auto buffer = editor.createSimplePixelBuffer(12, QSizeF(1920, 1080));
+    const auto buffer = EditorTestAccess::createSimplePixelBuffer(editor, 12, QSizeF(1920, 1080));
     ASSERT_TRUE(buffer.has_value());
     const double b = 8.0 / 15.0;
     EXPECT_TRUE(colorNear(buffer->pixel(50, 500), blend(Qt::white, Qt::red, 1.0 - b), 2));
@@ -155,8 +157,8 @@ TEST_F(FrameRendering, PreviousPageFadesOutAtItsOwnPlacement)
 TEST_F(FrameRendering, MissingFrameZeroIsLoggedOthersAreSilent)
 {
     LogCapture log;
-    EXPECT_FALSE(editor.createSimplePixelBuffer(0, QSizeF(1920, 1080)).has_value());
-    EXPECT_FALSE(editor.createSimplePixelBuffer(5, QSizeF(1920, 1080)).has_value());
+    EXPECT_FALSE(EditorTestAccess::createSimplePixelBuffer(editor, 0, QSizeF(1920, 1080)).has_value());
+    EXPECT_FALSE(EditorTestAccess::createSimplePixelBuffer(editor, 5, QSizeF(1920, 1080)).has_value());
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("[Export] ERROR: getFrame(0) returned nil!")});
 }
 
@@ -164,7 +166,7 @@ TEST_F(FrameRendering, ImpossibleBufferSizeIsLoggedWithItsStatus)
 {
     ensureFrames(editor, 1);
     LogCapture log;
-    EXPECT_FALSE(editor.createSimplePixelBuffer(0, QSizeF(0, 1080)).has_value());
+    EXPECT_FALSE(EditorTestAccess::createSimplePixelBuffer(editor, 0, QSizeF(0, 1080)).has_value());
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_TRUE(log.lines()[0].startsWith(
             QStringLiteral("[Export] ERROR: CVPixelBufferCreate failed with status -")));

@@ -1,6 +1,7 @@
 #include "render/TransitionInfo.h"
 #include "render/FrameSnapshot.h"
 #include "tests/support/ExportFixtures.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -143,12 +144,12 @@ TEST(TransitionInfo, EditorReadsTheFrameStoreWithItsExportSettings)
     assignFrames(editor, 0, 10, 0);
     assignFrames(editor, 10, 40, 1);
     editor.setExportFPS(60);
-    const auto info = editor.calculateTransitionInfo(10);
+    const auto info = EditorTestAccess::calculateTransitionInfo(editor, 10);
     ASSERT_TRUE(info.has_value());
     EXPECT_DOUBLE_EQ(info->blendFactor, 1.0 / 30.0);
     EXPECT_EQ(info->prevFrameIndex, 9);
     editor.setTransitionDuration(0.0);
-    EXPECT_FALSE(editor.calculateTransitionInfo(10).has_value());
-    EXPECT_FALSE(editor.calculateTransitionInfo(-1).has_value());
-    EXPECT_FALSE(editor.calculateTransitionInfo(40).has_value());
+    EXPECT_FALSE(EditorTestAccess::calculateTransitionInfo(editor, 10).has_value());
+    EXPECT_FALSE(EditorTestAccess::calculateTransitionInfo(editor, -1).has_value());
+    EXPECT_FALSE(EditorTestAccess::calculateTransitionInfo(editor, 40).has_value());
 }

@@ -1,6 +1,7 @@
 #include "tests/support/ExportFixtures.h"
 
 #include "audio/FloatWavWriter.h"
+#include "editor/Frames.h"
 #include "export/PictureConverter.h"
 #include "export/VideoWriter.h"
 #include "tests/support/EventLoop.h"

@@ -1,10 +1,11 @@
 #include "tests/support/HostileFiles.h"
 
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
 #include "tests/support/ScriptedDialogs.h"
-#include "tests/support/AudioFixtures.h"
-#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

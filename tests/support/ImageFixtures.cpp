@@ -1,5 +1,6 @@
 #include "tests/support/ImageFixtures.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 
 #include <QBuffer>

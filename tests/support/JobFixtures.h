@@ -3,6 +3,7 @@
 // of the jobs it starts.
 #pragma once
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"

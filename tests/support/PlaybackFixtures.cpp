@@ -1,4 +1,6 @@
 #include "tests/support/PlaybackFixtures.h"
+#include "editor/Frames.h"
+#include "tests/support/EditorTestAccess.h"
 
 #include <QUuid>
 
@@ -38,7 +40,7 @@ PlaybackEditor::PlaybackEditor(double duration)
 {
     auto player = std::make_unique<ManualAudioPlayer>(duration);
     m_player = player.get();
-    m_editor.setAudioPlayer(std::move(player));
+    EditorTestAccess::setAudioPlayer(m_editor, std::move(player));
     m_editor.setDuration(duration);
     m_editor.setAudioURL(QStringLiteral("/tmp/audio_with_silence_TEST.wav"));
     m_editor.getFrameManager().ensureFrameCount(duration, VideoEditorViewModel::FPS);

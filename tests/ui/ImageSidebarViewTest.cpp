@@ -1,5 +1,6 @@
 #include "ui/ImageSidebarView.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
 #include "tests/support/ScriptedDialogs.h"

@@ -3,6 +3,7 @@
 // progress panel that is translucent while the window around it stays as it was.
 #include "tests/ui/WindowFixture.h"
 
+#include "tests/support/EditorTestAccess.h"
 #include "ui/ProgressOverlay.h"
 #include "ui/VideoPreviewCanvas.h"
 #include "ui/WaveformCanvas.h"
@@ -95,9 +96,9 @@ TEST(LegibilityTest, ThePreviewShowsThePageOfTheFrameTheCounterShows)
     const QImage blue = fixture.editor().images()[1].image();
     // Page 2 starts at frame 123, whose start time 123 / 30 times 30 is a hair below 123.
     for (int64_t frame = 0; frame < 123; ++frame)
-        fixture.editor().assignImageWithIndex(red, frame, 0);
+        EditorTestAccess::assignImageWithIndex(fixture.editor(), red, frame, 0);
     for (int64_t frame = 123; frame < 180; ++frame)
-        fixture.editor().assignImageWithIndex(blue, frame, 1);
+        EditorTestAccess::assignImageWithIndex(fixture.editor(), blue, frame, 1);
     fixture.editor().seekTo(123.0 / 30.0);
     ASSERT_EQ(fixture.editor().frameIndexForTime(fixture.editor().currentTime()), 123);
     auto* canvas = fixture.find<VideoPreviewCanvas>(QStringLiteral("videoPreviewCanvas"));

@@ -1,5 +1,6 @@
 #include "ui/WaveformView.h"
 
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/AudioFixtures.h"

@@ -9,6 +9,7 @@
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "tests/support/EditorTestAccess.h"
 #include "ui/ContentView.h"
 #include "ui/MainWindow.h"
 
@@ -81,7 +82,7 @@ public:
         for (ImageItem& item : makePageItems(pages))
             items.push_back(std::move(item));
         editor().setImages(std::move(items));
-        editor().updateFrameManagerImages();
+        EditorTestAccess::updateFrameManagerImages(editor());
     }
 
 private:
