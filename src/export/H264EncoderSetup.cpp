@@ -4,6 +4,13 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+namespace {
+
+constexpr int64_t kMacroblocksOf1080p = 120 * 68;
+constexpr int64_t kLevel51MacroblocksPerSecond = 983040;
+
+} // namespace
+
 CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse use, QString* error)
 {
     auto refuse = [error](const QString& text) {
@@ -39,6 +46,12 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
     av_opt_set(context->priv_data, "tune", "stillimage", 0);
     av_opt_set(context->priv_data, "crf", "18", 0);
     av_opt_set(context->priv_data, "profile", "high", 0);
+    // Above 1080p the level is named: 5.1 holds 4K (32 400 macroblocks a picture) up to 30
+    // pictures a second, 5.2 the 60 of the fastest export rate.
+    const int64_t macroblocks = int64_t((width + 15) / 16) * ((height + 15) / 16);
+    if (macroblocks > kMacroblocksOf1080p)
+        av_opt_set(context->priv_data, "level",
+                   macroblocks * fps <= kLevel51MacroblocksPerSecond ? "5.1" : "5.2", 0);
     if (use == H264EncoderUse::stretches) {
         // Skip pictures refer to the one picture before them. A stretch of changing frames
         // is short (a fade, a page turn), so a short rate-control lookahead loses little and
