@@ -123,8 +123,8 @@ TEST(CommandLineModes, ResolutionOptionExportsIn4K)
     const VideoProbe probe = probeVideo(video);
     EXPECT_EQ(probe.width, 3840);
     EXPECT_EQ(probe.height, 2160);
-    EXPECT_EQ(probe.videoPackets, 600);
-    EXPECT_NEAR(probe.videoDuration, 20.0, 1e-6);
+    EXPECT_EQ(probe.videoPackets, 1200);
+    EXPECT_NEAR(probe.videoDuration, 40.0, 1e-6);
     EXPECT_EQ(probe.audioCodec, QStringLiteral("aac"));
 }
 

@@ -10,7 +10,7 @@ protected:
     QImage renderAt(int64_t index, int scale, PageRasteriser rasteriser = {})
     {
         frames = snapshotFrames(editor.getFrameManager());
-        SnapshotRenderer renderer(frames, 0.5, 30, scale, std::move(rasteriser));
+        SnapshotRenderer renderer(frames, transition, 30, scale, std::move(rasteriser));
         QImage canvas(1920 * scale, 1080 * scale, QImage::Format_ARGB32_Premultiplied);
         EXPECT_TRUE(renderer.render(index, canvas));
         return canvas;
@@ -19,6 +19,7 @@ protected:
     ScriptedDialogs dialogs;
     VideoEditorViewModel editor{testEnvironment(dialogs)};
     std::vector<FrameSnapshot> frames;
+    double transition = 0.5;
 };
 
 } // namespace
@@ -63,6 +64,7 @@ TEST_F(ScaledExportRendering, PagesComeFromTheRasteriserAtTheSizeTheyAreShown)
     assignFrames(editor, 0, 1, 0, QRect(0, 0, 400, 300));
     assignFrames(editor, 1, 2, 1, QRect(0, 0, 400, 300));
     const qint64 redKey = editor.images()[0].image().cacheKey();
+    transition = 0.0; // no fade: each frame draws its own page only
     std::vector<QSize> asked;
     const PageRasteriser greenForRed = [&](const QImage& page, QSize size) {
         asked.push_back(size);
