@@ -6,22 +6,28 @@
 // recording muxed in. The 60-second figures are medians of several runs. Peak memory is the
 // kernel's high-water mark in a fresh child process per project length: of the whole process,
 // and of the export alone (the mark is reset once the project and the recording are ready).
+// The 10-minute project is also exported at 4K in the same run (time and peak memory beside
+// the 1080p figures), and a project of a 40-page A4 PDF at 4K for its peak memory.
 //
 //   bench_export                 all of the above
-//   bench_export --memory N T [--silent]  one export of an N-frame project with T page turns (with a
-//   recording
-//                                        unless --silent), prints its peak memory
+//   bench_export --memory N T [--silent] [--4k] [--pdf P]
+//                                one export of an N-frame project with T page turns (with a
+//                                recording unless --silent; at 4K with --4k; pages from a
+//                                generated P-page A4 PDF with --pdf), prints its peak memory
 #include "audio/FloatWavWriter.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/PictureConverter.h"
 #include "export/VideoExport.h"
 #include "export/VideoWriter.h"
+#include "images/PagePointSize.h"
 #include "render/FrameSnapshot.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"
 #include "tests/support/VideoProbe.h"
+#include "render/Placement.h"
+#include "tests/support/PdfFixtures.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -86,6 +92,54 @@ void buildProject(VideoEditorViewModel& editor, int64_t frames, int turns = kPag
     }
 }
 
+// A printed A4 page in points, drawn as vectors: staves with notes, different for every page.
+void drawScorePdfPage(QPainter& painter, int pageIndex, QSizeF pageSize)
+{
+    std::mt19937 random(static_cast<unsigned>(pageIndex));
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (int system = 0; system < 10; ++system) {
+        const double top = 90 + system * 72;
+        painter.setPen(QPen(Qt::black, 0.5));
+        for (int line = 0; line < 5; ++line)
+            painter.drawLine(QPointF(40, top + line * 6), QPointF(pageSize.width() - 40, top + line * 6));
+        painter.setPen(QPen(Qt::black, 0.8));
+        painter.setBrush(Qt::black);
+        for (int note = 0; note < 24; ++note) {
+            const double x = 60 + note * 20.5 + double(random() % 5);
+            const double y = top - 6 + double(random() % 12) * 3;
+            painter.drawEllipse(QPointF(x, y), 3.6, 2.7);
+            painter.drawLine(QPointF(x + 3.6, y), QPointF(x + 3.6, y - 20));
+        }
+    }
+    painter.setFont(QFont(QStringLiteral("DejaVu Sans"), 16));
+    painter.drawText(QRectF(0, 30, pageSize.width(), 40), Qt::AlignCenter,
+                     QStringLiteral("Étude %1").arg(pageIndex + 1));
+}
+
+// The pages of a generated `pages`-page A4 PDF, imported one per page as the window does, with
+// `turns` page turns spread evenly over `frames` frames, the pages taken in turn.
+void buildPdfProject(VideoEditorViewModel& editor, ScriptedDialogs& dialogs, const QString& pdfPath,
+                     int pages, int64_t frames, int turns)
+{
+    if (!PdfFixtures::writePdf(pdfPath, pages, QSizeF(595.276, 841.89), drawScorePdfPage)) {
+        std::fprintf(stderr, "could not write the PDF\n");
+        std::exit(1);
+    }
+    dialogs.queueQuestionAnswer(0); // one page each
+    editor.addPDF(pdfPath);
+    if (static_cast<int>(editor.images().size()) != pages) {
+        std::fprintf(stderr, "PDF import gave %d pages\n", int(editor.images().size()));
+        std::exit(1);
+    }
+    ensureFrames(editor, frames);
+    const Placement placement =
+            computePlacement(pagePointSize(editor.images()[0].image()), editor.videoSize());
+    const QRect rect(placement.x, placement.y, placement.width, placement.height);
+    const int runs = turns + 1;
+    for (int run = 0; run < runs; ++run)
+        assignFrames(editor, frames * run / runs, frames * (run + 1) / runs, run % pages, rect);
+}
+
 double runExport(VideoEditorViewModel& editor, ScriptedDialogs& dialogs, const QString& path)
 {
     const size_t before = dialogs.alerts().size();
@@ -110,6 +164,12 @@ VideoExportJob exportJob(const VideoEditorViewModel& editor, const QString& path
     VideoExportJob job;
     job.frames = snapshotFrames(editor.getFrameManager());
     job.destination = path;
+    const QSize size = exportPixelSize(editor.videoSize(), editor.exportResolution());
+    job.width = size.width();
+    job.height = size.height();
+    job.scale = exportScale(editor.exportResolution());
+    if (job.scale > 1)
+        job.pdfPages = pdfPageOrigins(editor.images());
     job.exportFPS = editor.exportFPS();
     job.transitionDuration = editor.transitionDuration();
     job.encoding = encoding;
@@ -209,12 +269,17 @@ bool resetHighWaterMark()
     return clearRefs.open(QIODevice::WriteOnly) && clearRefs.write("5") == 1;
 }
 
-int memoryRun(int64_t frames, int turns, bool withAudio)
+int memoryRun(int64_t frames, int turns, bool withAudio, bool uhd, int pdfPages)
 {
     QTemporaryDir dir;
     ScriptedDialogs dialogs;
     VideoEditorViewModel editor(testEnvironment(dialogs));
-    buildProject(editor, frames, turns);
+    if (pdfPages > 0)
+        buildPdfProject(editor, dialogs, dir.filePath(QStringLiteral("score.pdf")), pdfPages, frames, turns);
+    else
+        buildProject(editor, frames, turns);
+    if (uhd)
+        editor.setExportResolution(ExportResolution::uhd4K);
     if (withAudio)
         editor.setAudioURL(
                 writeToneWav(dir.filePath(QStringLiteral("audio.wav")), 44100, 2, double(frames) / 30.0));
@@ -225,11 +290,11 @@ int memoryRun(int64_t frames, int turns, bool withAudio)
     const bool reset = resetHighWaterMark();
     const double seconds = runExport(editor, dialogs, dir.filePath(QStringLiteral("memory.mov")));
     const double exportPeak = highWaterMarkMB();
-    std::printf("frames=%lld seconds=%.2f fps=%.1f peak_mb=%.1f export_peak_mb=%.1f (%.1f before the "
-                "export, setup peak %.1f) alert=%s\n",
-                static_cast<long long>(frames), seconds, double(frames) / seconds,
-                std::max(setupPeak, exportPeak), reset ? exportPeak : -1.0, before, setupPeak,
-                dialogs.alerts().back().message.toUtf8().constData());
+    std::printf("frames=%lld resolution=%s seconds=%.2f fps=%.1f peak_mb=%.1f export_peak_mb=%.1f (%.1f "
+                "before the export, setup peak %.1f) alert=%s\n",
+                static_cast<long long>(frames), qPrintable(rawValue(editor.exportResolution())), seconds,
+                double(frames) / seconds, std::max(setupPeak, exportPeak), reset ? exportPeak : -1.0, before,
+                setupPeak, dialogs.alerts().back().message.toUtf8().constData());
     return 0;
 }
 
@@ -241,9 +306,13 @@ int main(int argc, char* argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    if (arguments.size() >= 4 && arguments[1] == QStringLiteral("--memory"))
+    if (arguments.size() >= 4 && arguments[1] == QStringLiteral("--memory")) {
+        const qsizetype pdf = arguments.indexOf(QStringLiteral("--pdf"));
+        const int pdfPages = pdf > 0 && pdf + 1 < arguments.size() ? arguments[pdf + 1].toInt() : 0;
         return memoryRun(arguments[2].toLongLong(), arguments[3].toInt(),
-                         !arguments.contains(QStringLiteral("--silent")));
+                         !arguments.contains(QStringLiteral("--silent")),
+                         arguments.contains(QStringLiteral("--4k")), pdfPages);
+    }
 
     struct Length {
         const char* name;
@@ -255,20 +324,25 @@ int main(int argc, char* argv[])
 
     // Peak memory first, while this process is still small.
     std::printf("peak memory of one export with a recording, fresh process each:\n");
-    for (const Length& length : lengths) {
+    const auto memoryChild = [](const char* name, const QStringList& childArguments) {
         QProcess child;
         child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        child.start(
-                QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--memory"), QString::number(length.frames), QString::number(length.turns)});
+        child.start(QCoreApplication::applicationFilePath(),
+                    QStringList{QStringLiteral("--memory")} + childArguments);
         child.waitForFinished(-1);
         // The child's standard output also carries the export's log; keep the result line.
         for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
             if (line.startsWith("frames="))
-                std::printf("  %s: %s\n", length.name, line.constData());
+                std::printf("  %s: %s\n", name, line.constData());
         }
         std::fflush(stdout);
-    }
+    };
+    for (const Length& length : lengths)
+        memoryChild(length.name, {QString::number(length.frames), QString::number(length.turns)});
+    memoryChild("10-minute at 4K", {QStringLiteral("18000"), QStringLiteral("30"), QStringLiteral("--4k")});
+    memoryChild("40-page A4 PDF, 10 minutes, at 4K",
+                {QStringLiteral("18000"), QStringLiteral("39"), QStringLiteral("--4k"),
+                 QStringLiteral("--pdf"), QStringLiteral("40")});
 
     for (const Length& length : lengths) {
         QTemporaryDir dir;
@@ -317,6 +391,24 @@ int main(int argc, char* argv[])
         std::printf("  speed-up over bare libx264      %.1fx\n", bareS / changesS);
         std::printf("  file size / every-frame path    %.3f\n",
                     double(changesFile.bytes) / double(everyFrameFile.bytes));
+        std::fflush(stdout);
+
+        if (length.frames < 18000)
+            continue;
+        // The same project at 4K, in the same run, beside the 1080p figures above.
+        editor.setExportResolution(ExportResolution::uhd4K);
+        const TimedFile uhdFile =
+                runVideoOnly(editor, dir.filePath(QStringLiteral("uhd.mov")), VideoEncoding::changesOnly);
+        editor.setAudioURL(audio);
+        const double uhdAudio = runExport(editor, dialogs, dir.filePath(QStringLiteral("uhd-audio.mov")));
+        editor.setAudioURL(std::nullopt);
+        editor.setExportResolution(ExportResolution::hd1080);
+        std::printf("%s project at 4K (3840 x 2160):\n", length.name);
+        std::printf("  export (changes only)   %7.2f s  %7.1f fps  %10lld bytes  %.2fx the 1080p time\n",
+                    uhdFile.seconds, n / uhdFile.seconds, static_cast<long long>(uhdFile.bytes),
+                    uhdFile.seconds / changesS);
+        std::printf("  export with recording   %7.2f s  %7.1f fps  %.2fx the 1080p time\n", uhdAudio,
+                    n / uhdAudio, uhdAudio / audioS);
         std::fflush(stdout);
     }
     return 0;

@@ -73,6 +73,7 @@ std::vector<ProjectJSON> projects()
     score.fillColorR = 0.1;
     score.fillColorG = 0.25;
     score.fillColorB = 0.75;
+    score.exportResolution = QStringLiteral("4K");
     list.push_back(score);
 
     ProjectJSON odd;
@@ -90,6 +91,7 @@ std::vector<ProjectJSON> projects()
     odd.fillColorR = -1.0;
     odd.fillColorG = 2.0;
     odd.fillColorB = 0.5;
+    odd.exportResolution = QStringLiteral("8K");
     list.push_back(odd);
     return list;
 }

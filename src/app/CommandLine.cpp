@@ -47,6 +47,14 @@ CommandLineOptions parseCommandLine(const QStringList& arguments)
                     return invalid(QStringLiteral("érvénytelen képkockasebesség: %1 (24, 30 vagy 60 lehet)")
                                            .arg(value));
                 options.exportFps = value.toInt();
+            } else if (argument == QStringLiteral("--resolution")) {
+                if (i + 1 >= arguments.size())
+                    return invalid(QStringLiteral("a --resolution után 1080p vagy 4K kell"));
+                const QString value = arguments[++i];
+                options.exportResolution = exportResolutionFromRawValue(value);
+                if (!options.exportResolution)
+                    return invalid(
+                            QStringLiteral("érvénytelen felbontás: %1 (1080p vagy 4K lehet)").arg(value));
             } else if (argument.startsWith(QStringLiteral("--"))) {
                 return invalid(QStringLiteral("ismeretlen kapcsoló: %1").arg(argument));
             } else {
@@ -55,7 +63,8 @@ CommandLineOptions parseCommandLine(const QStringList& arguments)
         }
         if (positional.size() != 2)
             return invalid(QStringLiteral("az --export után egy projektfájl és egy kimeneti videó kell: "
-                                          "vornik --export PROJEKT.vnk KIMENET [--fps 24|30|60]"));
+                                          "vornik --export PROJEKT.vnk KIMENET [--fps 24|30|60] "
+                                          "[--resolution 1080p|4K]"));
         options.mode = CommandLineMode::exportVideo;
         options.projectPath = positional[0];
         options.outputPath = positional[1];
@@ -77,9 +86,10 @@ QString commandLineHelp()
             "Használat:\n"
             "  vornik                      megnyitja az ablakot az automatikusan mentett projekttel\n"
             "  vornik PROJEKT.vnk          megnyitja az ablakot a megadott projekttel\n"
-            "  vornik --export PROJEKT.vnk KIMENET [--fps 24|30|60]\n"
+            "  vornik --export PROJEKT.vnk KIMENET [--fps 24|30|60] [--resolution 1080p|4K]\n"
             "                              ablak nélkül videót készít a projektből (alapértelmezés: 30 "
-            "fps);\n"
+            "fps,\n"
+            "                              a felbontás a projektfájl szerint, annak híján 1080p);\n"
             "                              a tároló mindig QuickTime (H.264 kép, AAC hang)\n"
             "  vornik --demo MAPPA         bemutató projektet ír a mappába, és kiírja a projektfájl "
             "útvonalát\n"

@@ -2,8 +2,12 @@
 // rules can be tested without starting anything.
 #pragma once
 
+#include "editor/ExportResolution.h"
+
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 enum class CommandLineMode { window, exportVideo, demo, version, help, invalid };
 
@@ -13,6 +17,8 @@ struct CommandLineOptions {
     QString outputPath;  // export
     QString demoDirectory;
     int exportFps = 30;
+    // --resolution: overrides the project file's own; none keeps it.
+    std::optional<ExportResolution> exportResolution;
     QString error; // why the arguments are invalid
 };
 

@@ -127,6 +127,8 @@ int exportProject(const CommandLineOptions& options)
     }
 
     editor.setExportFPS(options.exportFps);
+    if (options.exportResolution)
+        editor.setExportResolution(*options.exportResolution);
     int lastReported = -1;
     QObject::connect(&editor, &VideoEditorViewModel::savingProgressTextChanged, &editor, [&] {
         const int percent = percentOf(editor.savingProgressText());

@@ -210,6 +210,11 @@ void VideoEditorViewModel::setExportFPS(int value)
     VORNIK_PUBLISH(m_exportFPS, exportFPSChanged);
 }
 
+void VideoEditorViewModel::setExportResolution(ExportResolution value)
+{
+    VORNIK_PUBLISH(m_exportResolution, exportResolutionChanged);
+}
+
 void VideoEditorViewModel::setFillColor(const QColor& value)
 {
     m_fillColorComponents = ::fillColorComponents(value).value_or(m_fillColorComponents);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "editor/EditorEnvironment.h"
+#include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/ImageItem.h"
 #include "editor/Placement.h"
@@ -100,6 +101,9 @@ public:
     void setSelectedImageIndices(std::set<int> indices);
     int exportFPS() const { return m_exportFPS; }
     void setExportFPS(int fps);
+    // The export's pixels only: 4K draws the same canvas at twice its scale.
+    ExportResolution exportResolution() const { return m_exportResolution; }
+    void setExportResolution(ExportResolution resolution);
     QColor fillColor() const { return m_fillColor; }
     void setFillColor(const QColor& color);
     // The fill colour's components as a project file holds them: those it was loaded with,
@@ -362,6 +366,7 @@ signals:
     void selectedImageIndexChanged();
     void selectedImageIndicesChanged();
     void exportFPSChanged();
+    void exportResolutionChanged();
     void fillColorChanged();
     void videoFormatChanged();
     // A load or reload of the recording has ended (on the main thread), successfully or not.
@@ -522,6 +527,7 @@ private:
     std::optional<int> m_selectedImageIndex;
     std::set<int> m_selectedImageIndices;
     int m_exportFPS = 30;
+    ExportResolution m_exportResolution = ExportResolution::hd1080;
     QColor m_fillColor = Qt::white;
     FillColorComponents m_fillColorComponents;
     VideoFormat m_videoFormat = VideoFormat::landscape;

@@ -7,6 +7,13 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+namespace {
+
+constexpr int64_t kMacroblocksOf1080p = 120 * 68;
+constexpr int64_t kLevel51MacroblocksPerSecond = 983040;
+
+} // namespace
+
 CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse use, QString* error)
 {
     auto refuse = [error](const QString& text) {
@@ -48,6 +55,11 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
     set("tune", "stillimage");
     set("crf", "18");
     set("profile", "high");
+    // Above 1080p the level is named: 5.1 holds 4K (32 400 macroblocks a picture) up to 30
+    // pictures a second, 5.2 the 60 of the fastest export rate.
+    const int64_t macroblocks = int64_t((width + 15) / 16) * ((height + 15) / 16);
+    if (macroblocks > kMacroblocksOf1080p)
+        set("level", macroblocks * fps <= kLevel51MacroblocksPerSecond ? "5.1" : "5.2");
     if (use == H264EncoderUse::stretches) {
         // Skip pictures refer to the one picture before them. A stretch of changing frames
         // is short (a fade, a page turn), so a short rate-control lookahead loses little and

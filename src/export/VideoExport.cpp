@@ -28,7 +28,13 @@ void producePictures(const VideoExportJob& job, BoundedQueue<QueuedPicture>& que
                      const std::atomic<bool>& writerFailed, std::atomic<int64_t>& rendered,
                      std::atomic<int64_t>& reused)
 {
-    SnapshotRenderer renderer(job.frames, job.transitionDuration, job.exportFPS);
+    // Made here, on the render thread, which is the only one to use its documents.
+    PdfPageRasteriser pdfPages(job.scale > 1 ? job.pdfPages : std::vector<PdfPageOrigin>());
+    PageRasteriser fromSource;
+    if (job.scale > 1 && !job.pdfPages.empty())
+        fromSource = [&pdfPages](const QImage& page, QSize size) { return pdfPages.render(page, size); };
+    SnapshotRenderer renderer(job.frames, job.transitionDuration, job.exportFPS, job.scale,
+                              std::move(fromSource));
     PictureConverter converter(job.width, job.height);
     QImage canvas(job.width, job.height, QImage::Format_ARGB32_Premultiplied);
     VideoPicture previous;

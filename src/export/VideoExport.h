@@ -7,6 +7,7 @@
 
 #include "export/PartialVideoFile.h"
 #include "export/VideoWriter.h"
+#include "images/PdfPageRasteriser.h"
 #include "render/FrameSnapshot.h"
 #include "support/FaultHook.h"
 #include "support/JobToken.h"
@@ -21,8 +22,13 @@
 struct VideoExportJob {
     std::vector<FrameSnapshot> frames;
     QString destination;
+    // The output size: the canvas times `scale` (1 at 1080p, 2 at 4K).
     int width = 1920;
     int height = 1080;
+    int scale = 1;
+    // Where the PDF pages came from, so that above 1080p they are drawn afresh at the size
+    // they are shown.
+    std::vector<PdfPageOrigin> pdfPages;
     int exportFPS = 30;
     double transitionDuration = 0.5;
     // The benchmark's reference path encodes every frame; the export encodes only changes.

@@ -59,9 +59,13 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     auto job = std::make_shared<VideoExportJob>();
     job->frames = snapshotFrames(*m_frameManager);
     job->destination = to;
-    const QSizeF size = videoSize();
-    job->width = static_cast<int>(size.width());
-    job->height = static_cast<int>(size.height());
+    // The canvas stays the same at every resolution; 4K draws it at twice the scale.
+    const QSize size = exportPixelSize(videoSize(), m_exportResolution);
+    job->width = size.width();
+    job->height = size.height();
+    job->scale = exportScale(m_exportResolution);
+    if (job->scale > 1)
+        job->pdfPages = pdfPageOrigins(m_images);
     job->exportFPS = m_exportFPS;
     job->transitionDuration = m_transitionDuration;
     // Each export has its own ticket: a newer one leaves it running; closing calls it off.

@@ -273,6 +273,8 @@ private:
             return readOptionalNumber(value, project.fillColorG);
         if (m_key == "fillColorB")
             return readOptionalNumber(value, project.fillColorB);
+        if (m_key == "exportResolution")
+            return readOptionalString(value, project.exportResolution);
         return true;
     }
 
@@ -362,7 +364,8 @@ private:
             }
             return true;
         }
-        static const std::set<std::string> texts = {"audioPath", "originalAudioPath", "videoFormat"};
+        static const std::set<std::string> texts = {"audioPath", "originalAudioPath", "videoFormat",
+                                                    "exportResolution"};
         static const std::set<std::string> numbers = {"duration",   "currentTime",        "startSilence",
                                                       "endSilence", "transitionDuration", "volumeBoost",
                                                       "fillColorR", "fillColorG",         "fillColorB"};
@@ -491,6 +494,7 @@ QByteArray encodeProject(const ProjectJSON& project)
     putOptional(root, "fillColorR", project.fillColorR);
     putOptional(root, "fillColorG", project.fillColorG);
     putOptional(root, "fillColorB", project.fillColorB);
+    putOptional(root, "exportResolution", project.exportResolution);
     // Non-finite numbers have no JSON form; they are written as null, which reads back as
     // absent for optional members and as an error for required ones.
     const std::string text = root.dump(2, ' ', false, Json::error_handler_t::replace);

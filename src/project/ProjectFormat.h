@@ -46,6 +46,8 @@ struct ProjectJSON {
     std::optional<double> fillColorR;
     std::optional<double> fillColorG;
     std::optional<double> fillColorB;
+    // "4K" or absent (1080p): written only for 4K, so 1080p projects stay as they were.
+    std::optional<QString> exportResolution;
 
     friend bool operator==(const ProjectJSON&, const ProjectJSON&) = default;
 };

@@ -29,6 +29,13 @@ std::vector<ImagePathInfo> imagePathsToJSON(const std::vector<ImageItem>& images
     return paths;
 }
 
+std::optional<QString> exportResolutionToJSON(ExportResolution resolution)
+{
+    if (resolution == ExportResolution::hd1080)
+        return std::nullopt;
+    return rawValue(resolution);
+}
+
 void putFillColor(ProjectJSON& project, const FillColorComponents& color)
 {
     project.fillColorR = color.red;
@@ -65,6 +72,8 @@ ProjectSettings projectSettings(const ProjectJSON& project)
                                         kMaxVolumeBoost, warnings);
     if (project.videoFormat)
         settings.videoFormat = videoFormatFromRawValue(*project.videoFormat);
+    if (project.exportResolution)
+        settings.exportResolution = exportResolutionFromRawValue(*project.exportResolution);
     if (project.fillColorR && project.fillColorG && project.fillColorB) {
         // Components outside 0...1 do not come from Vornik; they are brought into range
         // rather than turned into an invalid colour. Those within it are kept as they are.

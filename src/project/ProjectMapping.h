@@ -3,6 +3,7 @@
 // functions on plain values, any thread; the editor's persistence members apply the results.
 #pragma once
 
+#include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/Frames.h"
 #include "editor/ImageItem.h"
@@ -20,6 +21,9 @@ std::vector<FrameJSON> framesToJSON(const Frames& frames);
 // One entry per page, in list order: its file and its PDF page numbers.
 std::vector<ImagePathInfo> imagePathsToJSON(const std::vector<ImageItem>& images);
 
+// The resolution member: "4K", or nothing for 1080p.
+std::optional<QString> exportResolutionToJSON(ExportResolution resolution);
+
 // Writes the three colour members, exactly as held.
 void putFillColor(ProjectJSON& project, const FillColorComponents& color);
 
@@ -35,6 +39,9 @@ struct ProjectSettings {
     double volumeBoost = 100.0;
     std::optional<VideoFormat> videoFormat;
     std::optional<FillColorComponents> fillColor;
+    // 1080p for a file without the key; none for a value Vornik does not know (the editor
+    // then keeps its own, as for the format).
+    std::optional<ExportResolution> exportResolution = ExportResolution::hd1080;
     QStringList warnings;
 };
 ProjectSettings projectSettings(const ProjectJSON& project);

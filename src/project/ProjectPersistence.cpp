@@ -113,6 +113,7 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
     project.volumeBoost = m_volumeBoost;
     project.videoFormat = rawValue(m_videoFormat);
     putFillColor(project, m_fillColorComponents);
+    project.exportResolution = exportResolutionToJSON(m_exportResolution);
     // Such a file could not be opened again; the previous one is kept instead.
     if (const std::optional<QString> reason = nonFiniteMember(project)) {
         logLine(QStringLiteral("[Save] Hiba: ") + *reason);
@@ -203,6 +204,8 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setVolumeBoost(settings.volumeBoost);
     if (settings.videoFormat)
         setVideoFormat(*settings.videoFormat);
+    if (settings.exportResolution)
+        setExportResolution(*settings.exportResolution);
     if (settings.fillColor) {
         setFillColorComponents(*settings.fillColor);
         // The frames made by the audio load take the store's default colour.

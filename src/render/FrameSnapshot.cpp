@@ -1,5 +1,7 @@
 #include "render/FrameSnapshot.h"
 
+#include <algorithm>
+
 std::vector<FrameSnapshot> snapshotFrames(const Frames& frames)
 {
     std::vector<FrameSnapshot> snapshot;
@@ -15,11 +17,27 @@ std::vector<FrameSnapshot> snapshotFrames(const Frames& frames)
     return snapshot;
 }
 
+namespace {
+
+constexpr int kScaledPagesAt1080p = 6;
+constexpr int kScaledPagesAbove1080p = 2;
+
+FrameLook scaledLook(FrameLook look, int scale)
+{
+    look.rect = QRect(look.rect.x() * scale, look.rect.y() * scale, look.rect.width() * scale,
+                      look.rect.height() * scale);
+    return look;
+}
+
+} // namespace
+
 SnapshotRenderer::SnapshotRenderer(const std::vector<FrameSnapshot>& frames, double transitionDuration,
-                                   int exportFPS)
+                                   int exportFPS, int scale, PageRasteriser rasteriser)
     : m_frames(frames)
     , m_transitionDuration(transitionDuration)
     , m_exportFPS(exportFPS)
+    , m_scale(std::max(1, scale))
+    , m_cache(m_scale > 1 ? kScaledPagesAbove1080p : kScaledPagesAt1080p, std::move(rasteriser))
 {
     // The walk back from frame i passes frame i - 1 when it shows the same page, and then
     // ends exactly where the walk from i - 1 ended: at a different page (the run starts
@@ -92,9 +110,9 @@ bool SnapshotRenderer::render(int64_t index, QImage& target)
     if (index < 0 || index >= frameCount())
         return false;
     const std::optional<TransitionInfo> transition = transitionAt(index);
-    const FrameLook current = m_frames[static_cast<size_t>(index)].look();
+    const FrameLook current = scaledLook(m_frames[static_cast<size_t>(index)].look(), m_scale);
     std::optional<FrameLook> previous;
     if (transition && transition->prevFrameIndex >= 0 && transition->prevFrameIndex < frameCount())
-        previous = m_frames[static_cast<size_t>(transition->prevFrameIndex)].look();
+        previous = scaledLook(m_frames[static_cast<size_t>(transition->prevFrameIndex)].look(), m_scale);
     return composeExportFrame(target, current, previous ? &*previous : nullptr, transition, m_cache);
 }

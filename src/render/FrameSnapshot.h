@@ -28,9 +28,15 @@ std::vector<FrameSnapshot> snapshotFrames(const Frames& frames);
 
 // Renders export pictures from a snapshot, with the fades, and tells which frames look
 // exactly like their predecessor. One instance per rendering thread.
+//
+// At a `scale` above 1 (4K) the canvas is drawn that many times larger: every rectangle is
+// multiplied, fill and fades stay the same, and pages come from `rasteriser` where it can
+// draw them afresh at the size they are shown. Only the page on screen and the one fading
+// out are then kept scaled, since each takes tens of megabytes.
 class SnapshotRenderer {
 public:
-    SnapshotRenderer(const std::vector<FrameSnapshot>& frames, double transitionDuration, int exportFPS);
+    SnapshotRenderer(const std::vector<FrameSnapshot>& frames, double transitionDuration, int exportFPS,
+                     int scale = 1, PageRasteriser rasteriser = {});
 
     int64_t frameCount() const { return static_cast<int64_t>(m_frames.size()); }
     std::optional<TransitionInfo> transitionAt(int64_t index) const;
@@ -39,7 +45,7 @@ public:
     // image, rectangle and colour, and neither frame is inside a fade.
     bool samePictureAsPrevious(int64_t index) const;
 
-    // Draws frame `index` into `target` (premultiplied ARGB of the canvas size).
+    // Draws frame `index` into `target` (premultiplied ARGB of the canvas size times the scale).
     bool render(int64_t index, QImage& target);
 
     const ScaledPageCache& cache() const { return m_cache; }
@@ -48,6 +54,7 @@ private:
     const std::vector<FrameSnapshot>& m_frames;
     double m_transitionDuration;
     int m_exportFPS;
+    int m_scale;
     // Per frame, where the walk back of the transition rule puts the start of its page's
     // run, or -1 when it never fades; found in one pass so that long pages cost nothing.
     std::vector<int64_t> m_runStarts;

@@ -9,10 +9,15 @@ const QImage& ScaledPageCache::scaled(const QImage& page, QSize size)
             return m_entries.front().image;
         }
     }
+    // A page drawn afresh from its source is as sharp as the rectangle allows; the held
+    // picture, made for the 1920-pixel canvas, would only be enlarged.
+    const QImage drawn = m_rasteriser ? m_rasteriser(page, size) : QImage();
+    const QImage& source = drawn.isNull() ? page : drawn;
     // Qt's smooth scaling averages the covered source pixels when shrinking and interpolates
     // bilinearly when enlarging, so staff lines neither vanish nor turn jagged.
-    QImage image = page.convertToFormat(QImage::Format_ARGB32_Premultiplied)
-                           .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    QImage image = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    if (image.size() != size)
+        image = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     image.setDevicePixelRatio(1.0);
     ++m_scalings;
     m_entries.push_front(Entry{key, size, std::move(image)});

@@ -7,12 +7,18 @@
 #include <QSize>
 
 #include <cstdint>
+#include <functional>
 #include <list>
+
+// Draws a page afresh from where it came from (a PDF page, say) at exactly `size` pixels;
+// a null image when it has no such source, and the held picture is scaled instead.
+using PageRasteriser = std::function<QImage(const QImage& page, QSize size)>;
 
 class ScaledPageCache {
 public:
-    explicit ScaledPageCache(int capacity = 6)
+    explicit ScaledPageCache(int capacity = 6, PageRasteriser rasteriser = {})
         : m_capacity(capacity)
+        , m_rasteriser(std::move(rasteriser))
     {}
 
     // The page scaled to exactly `size` pixels (premultiplied ARGB, device pixel ratio 1).
@@ -31,6 +37,7 @@ private:
     };
 
     int m_capacity;
+    PageRasteriser m_rasteriser;
     int64_t m_scalings = 0;
     std::list<Entry> m_entries; // most recently used first
 };

@@ -179,6 +179,20 @@ void ControlButtons::buildSettingsRow(QHBoxLayout* row)
     });
 
     row->addSpacing(16);
+    auto* resolutionLabel = new QLabel(QStringLiteral("Felbontás:"), this);
+    resolutionLabel->setObjectName(QStringLiteral("resolutionLabel"));
+    row->addWidget(resolutionLabel);
+    auto* resolutionPicker = new QWidget(this);
+    resolutionPicker->setObjectName(QStringLiteral("resolutionPicker"));
+    m_resolutionGroup = makeSegmentedPicker(
+            resolutionPicker, {rawValue(ExportResolution::hd1080), rawValue(ExportResolution::uhd4K)},
+            {QStringLiteral("resolution1080p"), QStringLiteral("resolution4K")}, 120);
+    row->addWidget(resolutionPicker);
+    connect(m_resolutionGroup, &QButtonGroup::idClicked, this, [this](int id) {
+        m_viewModel.setExportResolution(id == 0 ? ExportResolution::hd1080 : ExportResolution::uhd4K);
+    });
+
+    row->addSpacing(16);
     m_export = new ControlButton(QStringLiteral("Videó exportálása"), kGreen, QStringLiteral("film"), this);
     m_export->setObjectName(QStringLiteral("exportButton"));
     connect(m_export, &QAbstractButton::clicked, &m_viewModel, &VideoEditorViewModel::exportVideo);
@@ -304,5 +318,8 @@ void ControlButtons::refresh()
     const int fps = m_viewModel.exportFPS();
     const int fpsId = fps == 24 ? 0 : fps == 60 ? 2 : fps == 30 ? 1 : -1;
     if (QAbstractButton* button = m_fpsGroup->button(fpsId))
+        button->setChecked(true);
+    const int resolutionId = m_viewModel.exportResolution() == ExportResolution::hd1080 ? 0 : 1;
+    if (QAbstractButton* button = m_resolutionGroup->button(resolutionId))
         button->setChecked(true);
 }

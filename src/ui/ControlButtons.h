@@ -1,7 +1,7 @@
 // The control bar under the preview: time panel and frame counter, the four round media
-// buttons, the page buttons of the current state (recording / playing / stopped), the format
-// and export-FPS pickers and the export button. Holds only the editor; every change of the
-// editor rebuilds what is shown. Main thread only.
+// buttons, the page buttons of the current state (recording / playing / stopped), the format,
+// export-FPS and export-resolution pickers and the export button. Holds only the editor;
+// every change of the editor rebuilds what is shown. Main thread only.
 #pragma once
 
 #include <QWidget>
@@ -54,5 +54,6 @@ private:
     PageRow m_pageRow = PageRow::none;
     QButtonGroup* m_formatGroup = nullptr;
     QButtonGroup* m_fpsGroup = nullptr;
+    QButtonGroup* m_resolutionGroup = nullptr;
     ControlButton* m_export = nullptr;
 };

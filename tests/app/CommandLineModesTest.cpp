@@ -10,6 +10,8 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -107,6 +109,46 @@ TEST(CommandLineModes, ExportRateOptionStampsTheFramesAtThatRate)
     const VideoProbe probe = probeVideo(video);
     EXPECT_EQ(probe.videoPackets, 1200);
     EXPECT_NEAR(probe.videoDuration, 20.0, 1e-6);
+}
+
+TEST(CommandLineModes, ResolutionOptionExportsIn4K)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    const QString video = dir.filePath(QStringLiteral("uhd.mov"));
+    const ProcessRun exported =
+            runVornik({QStringLiteral("--export"), dir.filePath(QStringLiteral("demo.vnk")), video,
+                       QStringLiteral("--resolution"), QStringLiteral("4K")});
+    ASSERT_EQ(exported.exitCode, 0) << exported.err.toStdString();
+    const VideoProbe probe = probeVideo(video);
+    EXPECT_EQ(probe.width, 3840);
+    EXPECT_EQ(probe.height, 2160);
+    EXPECT_EQ(probe.videoPackets, 1200);
+    EXPECT_NEAR(probe.videoDuration, 40.0, 1e-6);
+    EXPECT_EQ(probe.audioCodec, QStringLiteral("aac"));
+}
+
+TEST(CommandLineModes, ResolutionOptionOverridesTheProjectFile)
+{
+    QTemporaryDir dir;
+    ASSERT_EQ(runVornik({QStringLiteral("--demo"), dir.path()}).exitCode, 0);
+    const QString project = dir.filePath(QStringLiteral("demo.vnk"));
+    QFile file(project);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QJsonObject root = QJsonDocument::fromJson(file.readAll()).object();
+    file.close();
+    root.insert(QStringLiteral("exportResolution"), QStringLiteral("4K"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(QJsonDocument(root).toJson());
+    file.close();
+
+    const QString video = dir.filePath(QStringLiteral("hd.mov"));
+    const ProcessRun exported = runVornik({QStringLiteral("--export"), project, video,
+                                           QStringLiteral("--resolution"), QStringLiteral("1080p")});
+    ASSERT_EQ(exported.exitCode, 0) << exported.err.toStdString();
+    const VideoProbe probe = probeVideo(video);
+    EXPECT_EQ(probe.width, 1920);
+    EXPECT_EQ(probe.height, 1080);
 }
 
 TEST(CommandLineModes, MissingProjectExitsWithOneAndAHungarianLine)

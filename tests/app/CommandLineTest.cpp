@@ -32,6 +32,42 @@ TEST(CommandLine, ExportTakesProjectOutputAndOptionalFps)
     EXPECT_EQ(options.outputPath, QStringLiteral("out.mp4"));
 }
 
+TEST(CommandLine, ExportResolutionIsTakenFromTheFileUnlessGiven)
+{
+    CommandLineOptions options = parseCommandLine(
+            {QStringLiteral("--export"), QStringLiteral("p.vnk"), QStringLiteral("out.mov")});
+    EXPECT_FALSE(options.exportResolution.has_value());
+
+    options =
+            parseCommandLine({QStringLiteral("--export"), QStringLiteral("p.vnk"), QStringLiteral("out.mov"),
+                              QStringLiteral("--resolution"), QStringLiteral("4K")});
+    EXPECT_EQ(options.mode, CommandLineMode::exportVideo);
+    EXPECT_EQ(options.exportResolution, ExportResolution::uhd4K);
+    EXPECT_EQ(options.outputPath, QStringLiteral("out.mov"));
+
+    options = parseCommandLine({QStringLiteral("--export"), QStringLiteral("--resolution"),
+                                QStringLiteral("1080p"), QStringLiteral("p.vnk"), QStringLiteral("out.mov"),
+                                QStringLiteral("--fps"), QStringLiteral("24")});
+    EXPECT_EQ(options.mode, CommandLineMode::exportVideo);
+    EXPECT_EQ(options.exportResolution, ExportResolution::hd1080);
+    EXPECT_EQ(options.exportFps, 24);
+}
+
+TEST(CommandLine, ExportRefusesOtherResolutions)
+{
+    for (const QStringList& arguments :
+         {QStringList{QStringLiteral("--export"), QStringLiteral("p.vnk"), QStringLiteral("o.mov"),
+                      QStringLiteral("--resolution"), QStringLiteral("720p")},
+          QStringList{QStringLiteral("--export"), QStringLiteral("p.vnk"), QStringLiteral("o.mov"),
+                      QStringLiteral("--resolution"), QStringLiteral("4k")},
+          QStringList{QStringLiteral("--export"), QStringLiteral("p.vnk"), QStringLiteral("o.mov"),
+                      QStringLiteral("--resolution")}}) {
+        const CommandLineOptions options = parseCommandLine(arguments);
+        EXPECT_EQ(options.mode, CommandLineMode::invalid) << arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_FALSE(options.error.isEmpty());
+    }
+}
+
 TEST(CommandLine, ExportRefusesOtherRatesAndMissingArguments)
 {
     for (const QStringList& arguments :
@@ -73,7 +109,7 @@ TEST(CommandLine, HelpIsHungarianAndNamesEveryMode)
     const QString help = commandLineHelp();
     EXPECT_TRUE(help.contains(QStringLiteral("Használat:")));
     for (const QString& mode :
-         {QStringLiteral("--export PROJEKT.vnk KIMENET [--fps 24|30|60]"), QStringLiteral("--demo MAPPA"),
-          QStringLiteral("--version"), QStringLiteral("vornik PROJEKT.vnk")})
+         {QStringLiteral("--export PROJEKT.vnk KIMENET [--fps 24|30|60] [--resolution 1080p|4K]"),
+          QStringLiteral("--demo MAPPA"), QStringLiteral("--version"), QStringLiteral("vornik PROJEKT.vnk")})
         EXPECT_TRUE(help.contains(mode)) << mode.toStdString();
 }

@@ -66,6 +66,31 @@ TEST(ProjectFormat, KeysAreWrittenInDeclarationOrderOneMemberPerLine)
     EXPECT_TRUE(text.contains("\"path\": \"/home/anna/Kotta/m\xc5\xb1.pdf\""));
 }
 
+TEST(ProjectFormat, ExportResolutionIsWrittenLastAndOnlyWhenSet)
+{
+    ProjectJSON project = fullProject();
+    EXPECT_FALSE(encodeProject(project).contains("exportResolution"));
+    project.exportResolution = QStringLiteral("4K");
+    const QByteArray text = encodeProject(project);
+    const QStringList keys = topLevelKeys(text);
+    ASSERT_GE(keys.size(), 2);
+    EXPECT_EQ(keys.back(), QStringLiteral("exportResolution"));
+    EXPECT_EQ(keys[keys.size() - 2], QStringLiteral("fillColorB"));
+    EXPECT_TRUE(text.contains("\n  \"exportResolution\": \"4K\"\n"));
+    const auto decoded = decodeProject(text);
+    ASSERT_TRUE(decoded.has_value());
+    EXPECT_EQ(decoded->exportResolution, QStringLiteral("4K"));
+    EXPECT_EQ(*decoded, project);
+}
+
+TEST(ProjectFormat, ExportResolutionThatIsNotTextFailsTheDocument)
+{
+    QByteArray text = encodeProject(fullProject());
+    text.replace("\"fillColorB\": 1.0", "\"fillColorB\": 1.0,\n  \"exportResolution\": 2160");
+    ASSERT_TRUE(text.contains("2160"));
+    EXPECT_FALSE(decodeProject(text).has_value());
+}
+
 TEST(ProjectFormat, FileWithOnlyTheRequiredKeysDecodes)
 {
     const QByteArray text = R"({"imagePaths": [], "frames": [], "duration": 0, "currentTime": 0,

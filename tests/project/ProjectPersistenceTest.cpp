@@ -458,6 +458,46 @@ TEST_F(ProjectPersistence, UnknownVideoFormatKeepsTheCurrentOne)
     EXPECT_EQ(editor.videoFormat(), VideoFormat::landscape);
 }
 
+TEST_F(ProjectPersistence, FourKIsSavedAfterTheColourAnd1080pLeavesTheKeyOut)
+{
+    populate();
+    const QString hd = file(QStringLiteral("hd.vnk"));
+    ASSERT_TRUE(editor.saveProjectToFileSync(hd));
+    EXPECT_FALSE(readFile(hd).contains("exportResolution"));
+
+    editor.setExportResolution(ExportResolution::uhd4K);
+    const QString uhd = file(QStringLiteral("uhd.vnk"));
+    ASSERT_TRUE(editor.saveProjectToFileSync(uhd));
+    const QByteArray bytes = readFile(uhd);
+    EXPECT_TRUE(bytes.contains("\"fillColorB\": 1.0,\n  \"exportResolution\": \"4K\"\n}"))
+            << bytes.toStdString();
+
+    editor.setExportResolution(ExportResolution::hd1080);
+    ASSERT_TRUE(loadAndWait(uhd));
+    EXPECT_EQ(editor.exportResolution(), ExportResolution::uhd4K);
+    ASSERT_TRUE(loadAndWait(hd));
+    EXPECT_EQ(editor.exportResolution(), ExportResolution::hd1080);
+}
+
+TEST_F(ProjectPersistence, FileWithoutTheResolutionLoadsAs1080pAndAnUnknownOneIsIgnored)
+{
+    editor.setExportResolution(ExportResolution::uhd4K);
+    ProjectJSON document = twoPictureProject();
+    editor.loadProjectJSON(writeProject(QStringLiteral("old.vnk"), document));
+    EXPECT_EQ(editor.exportResolution(), ExportResolution::hd1080);
+
+    editor.setExportResolution(ExportResolution::uhd4K);
+    document.exportResolution = QStringLiteral("8K");
+    editor.loadProjectJSON(writeProject(QStringLiteral("future.vnk"), document));
+    EXPECT_EQ(editor.exportResolution(), ExportResolution::uhd4K);
+    EXPECT_EQ(editor.images().size(), 2u);
+
+    editor.setExportResolution(ExportResolution::hd1080);
+    document.exportResolution = QStringLiteral("4K");
+    editor.loadProjectJSON(writeProject(QStringLiteral("uhd.vnk"), document));
+    EXPECT_EQ(editor.exportResolution(), ExportResolution::uhd4K);
+}
+
 TEST_F(ProjectPersistence, ColourIsSetWhenAllThreeComponentsArePresent)
 {
     const QColor before = editor.fillColor();

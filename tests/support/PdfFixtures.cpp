@@ -6,6 +6,7 @@
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QPen>
 
 #include <vector>
 
@@ -21,6 +22,19 @@ QColor pageColor(int pageIndex)
 void drawMarkedPage(QPainter& painter, int pageIndex, QSizeF /*pageSize*/)
 {
     painter.fillRect(QRectF(0, 0, 40, 40), pageColor(pageIndex));
+}
+
+void drawStaffPage(QPainter& painter, int /*pageIndex*/, QSizeF pageSize)
+{
+    painter.save();
+    painter.setPen(QPen(Qt::black, kStaffLineWidth, Qt::SolidLine, Qt::FlatCap));
+    for (int staff = 0; staff < kStaffCount; ++staff) {
+        for (int line = 0; line < 5; ++line) {
+            const double y = kFirstStaffTop + staff * kStaffSpacing + line * kStaffLineGap;
+            painter.drawLine(QPointF(40, y), QPointF(pageSize.width() - 40, y));
+        }
+    }
+    painter.restore();
 }
 
 bool writePdf(const QString& path, const QList<QSizeF>& pageSizes, const PageDrawer& draw)

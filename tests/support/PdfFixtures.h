@@ -22,6 +22,16 @@ using PageDrawer = std::function<void(QPainter& painter, int pageIndex, QSizeF p
 void drawMarkedPage(QPainter& painter, int pageIndex, QSizeF pageSize);
 QColor pageColor(int pageIndex);
 
+// A printed score's finest detail: staves of five black lines 0.5 pt thick, 7 pt apart, one
+// staff every kStaffSpacing points from kFirstStaffTop down the page, 40 pt from either side.
+// The background stays transparent (white once rendered).
+inline constexpr double kStaffLineWidth = 0.5;
+inline constexpr double kStaffLineGap = 7.0;
+inline constexpr double kFirstStaffTop = 100.0;
+inline constexpr double kStaffSpacing = 80.0;
+inline constexpr int kStaffCount = 8;
+void drawStaffPage(QPainter& painter, int pageIndex, QSizeF pageSize);
+
 // Writes a PDF with one page per size (in points) and returns true when the file was written.
 bool writePdf(const QString& path, const QList<QSizeF>& pageSizes, const PageDrawer& draw = drawMarkedPage);
 bool writePdf(const QString& path, int pageCount, QSizeF pageSize, const PageDrawer& draw = drawMarkedPage);

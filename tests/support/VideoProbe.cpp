@@ -105,6 +105,7 @@ VideoProbe probeVideo(const QString& path)
             videoIndex = static_cast<int>(i);
             probe.videoCodec = QString::fromUtf8(avcodec_get_name(parameters->codec_id));
             probe.videoProfile = parameters->profile;
+            probe.videoLevel = parameters->level;
             probe.width = parameters->width;
             probe.height = parameters->height;
             if (const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters->format)))

@@ -19,6 +19,7 @@ struct VideoProbe {
 
     QString videoCodec; // "h264"
     int videoProfile = -1;
+    int videoLevel = -1; // level_idc: 51 for level 5.1
     int width = 0;
     int height = 0;
     QString pixelFormat;

@@ -233,6 +233,51 @@ TEST(ControlButtonsTest, FpsPickerSetsTheExportRate)
     EXPECT_EQ(fixture.find<QWidget>(QStringLiteral("formatPicker"))->width(), 120);
 }
 
+TEST(ControlButtonsTest, ResolutionPickerOffers1080pAnd4KBesideTheOtherSettings)
+{
+    WindowFixture fixture;
+    fixture.show();
+    auto* hd = fixture.find<QAbstractButton>(QStringLiteral("resolution1080p"));
+    auto* uhd = fixture.find<QAbstractButton>(QStringLiteral("resolution4K"));
+    ASSERT_NE(hd, nullptr);
+    ASSERT_NE(uhd, nullptr);
+    EXPECT_EQ(hd->text(), QStringLiteral("1080p"));
+    EXPECT_EQ(uhd->text(), QStringLiteral("4K"));
+    EXPECT_TRUE(hd->isChecked());
+    EXPECT_FALSE(uhd->isChecked());
+    EXPECT_EQ(fixture.find<QWidget>(QStringLiteral("resolutionPicker"))->width(), 120);
+
+    // The label stands right before its picker, in the row of "Formátum:" and "FPS:".
+    QWidget* picker = fixture.find<QWidget>(QStringLiteral("resolutionPicker"));
+    QWidget* row = picker->parentWidget();
+    QStringList labels;
+    for (QLabel* label : row->findChildren<QLabel*>(Qt::FindDirectChildrenOnly))
+        labels << label->text();
+    EXPECT_TRUE(labels.contains(QStringLiteral("Formátum:")));
+    EXPECT_TRUE(labels.contains(QStringLiteral("FPS:")));
+    EXPECT_TRUE(labels.contains(QStringLiteral("Felbontás:")));
+    auto* resolutionLabel = fixture.find<QLabel>(QStringLiteral("resolutionLabel"));
+    ASSERT_NE(resolutionLabel, nullptr);
+    EXPECT_EQ(resolutionLabel->text(), QStringLiteral("Felbontás:"));
+    EXPECT_LT(resolutionLabel->geometry().right(), picker->geometry().left());
+    EXPECT_GT(picker->geometry().left(),
+              fixture.find<QWidget>(QStringLiteral("fpsPicker"))->geometry().right());
+
+    QTest::mouseClick(uhd, Qt::LeftButton);
+    EXPECT_EQ(fixture.editor().exportResolution(), ExportResolution::uhd4K);
+    EXPECT_TRUE(uhd->isChecked());
+    // The canvas the frames are placed on does not change.
+    EXPECT_EQ(fixture.editor().videoSize(), QSizeF(1920, 1080));
+    QTest::mouseClick(hd, Qt::LeftButton);
+    EXPECT_EQ(fixture.editor().exportResolution(), ExportResolution::hd1080);
+    EXPECT_TRUE(hd->isChecked());
+
+    // A resolution set elsewhere (a loaded project) shows in the picker.
+    fixture.editor().setExportResolution(ExportResolution::uhd4K);
+    EXPECT_TRUE(uhd->isChecked());
+    EXPECT_FALSE(hd->isChecked());
+}
+
 TEST(ControlButtonsTest, MediaAndControlButtonsHaveTheirSizes)
 {
     WindowFixture fixture;
