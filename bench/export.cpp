@@ -22,12 +22,12 @@
 #include "export/VideoWriter.h"
 #include "images/PagePointSize.h"
 #include "render/FrameSnapshot.h"
-#include "tests/support/ScriptedDialogs.h"
+#include "render/Placement.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"
-#include "tests/support/VideoProbe.h"
-#include "render/Placement.h"
 #include "tests/support/PdfFixtures.h"
+#include "tests/support/ScriptedDialogs.h"
+#include "tests/support/VideoProbe.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

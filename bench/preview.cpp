@@ -5,10 +5,10 @@
 //   tick     seekTo() to the next frame plus the repaint it causes (the whole window)
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
-#include "tests/support/ScriptedDialogs.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
-#include "tests/support/EditorTestAccess.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "ui/MainWindow.h"
 
 #include <QApplication>

@@ -14,10 +14,10 @@
 
 #include "audio/ClockAudioPlayer.h"
 #include "audio/FloatWavWriter.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
-#include "editor/Frames.h"
 #include "tests/support/EditorTestAccess.h"
 
 #include <QCoreApplication>

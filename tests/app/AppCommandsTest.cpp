@@ -2,8 +2,8 @@
 
 #include "app/AppDelegate.h"
 #include "editor/Frames.h"
-#include "tests/support/EditorTestAccess.h"
 #include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "ui/AppCommands.h"
 
 #include <QAction>

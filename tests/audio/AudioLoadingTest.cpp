@@ -6,11 +6,11 @@
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"
-#include "tests/support/EditorTestAccess.h"
-#include "tests/support/EventLoop.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"
 #include "tests/support/AudioFixtures.h"
+#include "tests/support/EditorTestAccess.h"
+#include "tests/support/EventLoop.h"
 
 #include <gtest/gtest.h>
 

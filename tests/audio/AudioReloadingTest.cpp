@@ -1,8 +1,8 @@
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
-#include "support/Log.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
 

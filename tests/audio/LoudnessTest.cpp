@@ -1,8 +1,8 @@
 #include "audio/Loudness.h"
 #include "editor/VideoEditorViewModel.h"
+#include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EditorTestAccess.h"
-#include "support/Log.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "audio/SilenceRendering.h"
 #include "audio/AudioDecoder.h"
 #include "editor/VideoEditorViewModel.h"
+#include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EditorTestAccess.h"
-#include "support/Log.h"
 
 #include <gtest/gtest.h>
 

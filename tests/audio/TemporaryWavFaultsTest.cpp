@@ -5,10 +5,10 @@
 // room.
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/FaultFixtures.h"
-#include "support/Log.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
 

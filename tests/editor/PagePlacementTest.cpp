@@ -1,6 +1,6 @@
-#include "tests/support/PlaybackFixtures.h"
 #include "editor/Frames.h"
 #include "tests/support/EditorTestAccess.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "tests/support/EventLoop.h"
-#include "tests/support/PlaybackFixtures.h"
 #include "editor/Frames.h"
 #include "tests/support/EditorTestAccess.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

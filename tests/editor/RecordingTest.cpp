@@ -1,7 +1,7 @@
 #include "editor/Frames.h"
 #include "render/Placement.h"
-#include "tests/support/PlaybackFixtures.h"
 #include "tests/support/EditorTestAccess.h"
+#include "tests/support/PlaybackFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "editor/VideoEditorViewModel.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "editor/Frames.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "editor/Frames.h"
+#include "support/Log.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"
-#include "support/Log.h"
 #include "tests/support/VideoProbe.h"
 
 #include <gtest/gtest.h>

@@ -3,10 +3,10 @@
 #include "editor/VideoEditorViewModel.h"
 #include "images/PagePointSize.h"
 #include "support/Log.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/HostileFiles.h"
 #include "tests/support/ImageFixtures.h"
 #include "tests/support/PdfFixtures.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/ImageFixtures.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>
 

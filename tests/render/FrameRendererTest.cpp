@@ -1,9 +1,9 @@
 #include "render/FrameRenderer.h"
 #include "editor/Frames.h"
 #include "render/FrameSnapshot.h"
+#include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/ExportFixtures.h"
-#include "support/Log.h"
 
 #include <gtest/gtest.h>
 

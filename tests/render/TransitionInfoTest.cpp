@@ -1,7 +1,7 @@
 #include "render/TransitionInfo.h"
 #include "render/FrameSnapshot.h"
-#include "tests/support/ExportFixtures.h"
 #include "tests/support/EditorTestAccess.h"
+#include "tests/support/ExportFixtures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "tests/support/HostileFiles.h"
 
-#include "tests/support/AudioFixtures.h"
-#include "tests/support/EventLoop.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
+#include "tests/support/AudioFixtures.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "editor/VideoEditorViewModel.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/ManualAudioPlayer.h"
+#include "tests/support/ScriptedDialogs.h"
 
 #include <QColor>
 #include <QImage>

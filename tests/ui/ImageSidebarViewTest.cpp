@@ -3,10 +3,10 @@
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PdfFixtures.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "ui/DeleteButton.h"
 #include "ui/ImageThumbnailView.h"
 

@@ -2,10 +2,10 @@
 
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "ui/AudioSettingsSheet.h"
 #include "ui/WaveformCanvas.h"
 

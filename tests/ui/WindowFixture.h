@@ -5,11 +5,11 @@
 #pragma once
 
 #include "editor/VideoEditorViewModel.h"
-#include "tests/support/ScriptedDialogs.h"
 #include "tests/support/AudioFixtures.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"
-#include "tests/support/EditorTestAccess.h"
+#include "tests/support/ScriptedDialogs.h"
 #include "ui/ContentView.h"
 #include "ui/MainWindow.h"
 
