@@ -1,4 +1,5 @@
 #include "editor/ExportResolution.h"
+#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/ScriptedDialogs.h"
 

@@ -2,6 +2,7 @@
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/Log.h"
+#include "tests/support/EditorTestAccess.h"
 #include "tests/support/ImageFixtures.h"
 #include "tests/support/ScriptedDialogs.h"
 
@@ -440,7 +441,7 @@ TEST_F(ImageListEditing, MultiSelectionNeverNamesAPageThatIsGone)
 TEST_F(ImageListEditing, MovingDuringADragPutsTheDraggedEntryWhereTheTargetStood)
 {
     fillList(5);
-    editor.updateFrameManagerImages();
+    EditorTestAccess::updateFrameManagerImages(editor);
     editor.setSelectedImageIndices({0});
     autoSaves.clear();
     std::vector<QUuid> ids;

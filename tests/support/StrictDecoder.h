@@ -9,6 +9,8 @@
 #include <functional>
 #include <span>
 
+struct AVCodec;
+
 class StrictDecoder {
 public:
     using PictureSink = std::function<void(const AVFrame*)>;
