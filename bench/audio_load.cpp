@@ -7,7 +7,7 @@
 // peak-memory figure starts clean; the parent prints the medians.
 //
 //   bench_audio_load [runs=5] [--keep FILE.mp3]
-#include "audio/ClockAudioPlayer.h"
+#include "audio/DefaultAudioPlayerFactory.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "tests/support/AudioFixtures.h"
@@ -149,9 +149,7 @@ int runOnce(const QString& mp3)
     {
         EditorEnvironment environment;
         environment.temporaryDirectory = temporary.path();
-        environment.audioPlayerFactory = [](std::shared_ptr<const AudioBuffer> audio) {
-            return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
-        };
+        environment.audioPlayerFactory = clockAudioPlayerFactory();
         VideoEditorViewModel editor(environment);
         QElapsedTimer timer;
         timer.start();

@@ -12,7 +12,7 @@
 // restored into a store of a length that follows the input instead.
 #include "FuzzSupport.h"
 
-#include "audio/ClockAudioPlayer.h"
+#include "audio/DefaultAudioPlayerFactory.h"
 #include "audio/FloatWavWriter.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
@@ -89,10 +89,7 @@ void loadWithRecording(const QString& projectPath)
     environment.dataDirectory = workFolder->path();
     // A player that only keeps time: the fuzzer has no sound device, and the load needs a
     // player before it publishes the recording.
-    environment.audioPlayerFactory =
-            [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
-        return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
-    };
+    environment.audioPlayerFactory = clockAudioPlayerFactory();
     VideoEditorViewModel editor(environment);
     std::optional<bool> finished;
     QObject::connect(&editor, &VideoEditorViewModel::projectLoadFinished,

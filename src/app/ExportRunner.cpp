@@ -3,7 +3,7 @@
 #include "app/StderrDialogs.h"
 #include "app/TestHooks.h"
 #include "audio/AudioPlayer.h"
-#include "audio/ClockAudioPlayer.h"
+#include "audio/DefaultAudioPlayerFactory.h"
 #include "editor/VideoEditorViewModel.h"
 #include "project/DemoProject.h"
 #include "project/ProjectFormat.h"
@@ -100,10 +100,7 @@ int exportProject(const CommandLineOptions& options)
     environment.dialogs = &dialogs;
     environment.dataDirectory = scratch.path();
     environment.faultHook = faultHookFromEnvironment();
-    environment.audioPlayerFactory =
-            [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
-        return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
-    };
+    environment.audioPlayerFactory = clockAudioPlayerFactory();
     VideoEditorViewModel editor(environment);
     // Why a load or the export failed, as the editor tells it (the log on standard output
     // has the same lines among the others).

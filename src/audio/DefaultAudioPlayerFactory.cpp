@@ -11,6 +11,15 @@ AudioPlayerFactory defaultAudioPlayerFactory()
     return audioPlayerFactoryFor([] { return QMediaDevices::defaultAudioOutput(); });
 }
 
+AudioPlayerFactory clockAudioPlayerFactory()
+{
+    return [](std::shared_ptr<const AudioBuffer> audio) -> std::unique_ptr<AudioPlayer> {
+        if (!audio)
+            return nullptr;
+        return std::make_unique<ClockAudioPlayer>(audio->durationSeconds());
+    };
+}
+
 AudioPlayerFactory audioPlayerFactoryFor(std::function<QAudioDevice()> outputDevice)
 {
     auto toldNoDevice = std::make_shared<bool>(false);

@@ -10,6 +10,10 @@
 
 AudioPlayerFactory defaultAudioPlayerFactory();
 
+// Players that only keep time, for runs without a sound device: the command-line export,
+// the fuzzer and the benchmarks.
+AudioPlayerFactory clockAudioPlayerFactory();
+
 // The same choice with the output device given by `outputDevice`, asked on every new player
 // (a null device means none).
 AudioPlayerFactory audioPlayerFactoryFor(std::function<QAudioDevice()> outputDevice);
