@@ -15,6 +15,12 @@
 
 namespace {
 
+// The log line of an export that ended in an exception or could not put its video in place.
+QString exceptionLine(const QString& what)
+{
+    return QStringLiteral("[Export] EXCEPTION: %1").arg(what);
+}
+
 // Runs `work` on the main thread, after what was posted before it. The application object
 // is the context, so posting never touches the editor from the background thread; the
 // work checks its weak pointer there.
@@ -126,9 +132,9 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
             return;
 
         if (result.threw) {
-            const QString exceptionLine = QStringLiteral("[Export] EXCEPTION: %1").arg(result.exceptionLog);
-            logLine(exceptionLine);
-            const QString reason = result.failureLine.isEmpty() ? exceptionLine : result.failureLine;
+            const QString thrownLine = exceptionLine(result.exceptionLog);
+            logLine(thrownLine);
+            const QString reason = result.failureLine.isEmpty() ? thrownLine : result.failureLine;
             postToMain([live, editor, text = result.exceptionText, reason] {
                 if (!live())
                     return;
@@ -168,8 +174,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                             // move fail, the destination keeps what it had.
                             QString placeError;
                             const bool placed = video->commit(&placeError);
-                            const QString placeLine =
-                                    QStringLiteral("[Export] EXCEPTION: %1").arg(placeError);
+                            const QString placeLine = exceptionLine(placeError);
                             if (!placed)
                                 logLine(placeLine);
                             postToMain([live, editor, destination, frameCount, ok, placed, placeError,
@@ -208,7 +213,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                             AlertStyle::informational, QStringLiteral("Export kész!"),
                             QStringLiteral("%1 frame exportálva:\n%2").arg(frameCount).arg(destination));
                 } else {
-                    const QString placeLine = QStringLiteral("[Export] EXCEPTION: %1").arg(placeError);
+                    const QString placeLine = exceptionLine(placeError);
                     logLine(placeLine);
                     emit editor->exportFailed(placeLine);
                     dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"), placeError);
