@@ -3,6 +3,7 @@
 #include "images/ImageMerging.h"
 #include "images/PagePointSize.h"
 #include "images/PdfRendering.h"
+#include "images/ThinLineContrast.h"
 
 #include <QPdfDocument>
 
@@ -56,7 +57,9 @@ QImage PdfPageRasteriser::render(const QImage& page, QSize size)
         if (!pdfPageAvailable(*pdf, pageNumber - 1))
             return {};
         ++m_pagesRendered;
-        return renderPdfPage(*pdf, pageNumber - 1, density);
+        QImage drawn = renderPdfPage(*pdf, pageNumber - 1, density);
+        concentrateThinLines(drawn);
+        return drawn;
     };
     QImage left = pageAt(origin->pageNumber);
     if (left.isNull())

@@ -144,9 +144,7 @@ protected:
 
 } // namespace
 
-// Disabled: measured 12 of 40 lines with a darkest row of 60...94 (a 1.28-pixel antialiased line
-// that straddles two rows never reaches full black); the contrast goal needs another rendering.
-TEST_F(UhdExport, DISABLED_StaffLinesOfAPdfPageAreTwoPixelsWideAndBlackIn4K)
+TEST_F(UhdExport, StaffLinesOfAPdfPageAreTwoPixelsWideAndBlackIn4K)
 {
     const QRect rect = staffProject(3);
     const QImage hd = exportedFrame(ExportResolution::hd1080, QStringLiteral("hd.mov"), 1);

@@ -11,6 +11,9 @@
 #include <QTemporaryDir>
 #include <QUuid>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 struct PdfPages {
@@ -20,16 +23,36 @@ struct PdfPages {
 
 // The pages of a PDF as the page import makes them: one picture per page at two pixels per
 // point, with its 1-based page number.
-PdfPages importedPages(const QTemporaryDir& dir, int pages, QSizeF size)
+PdfPages importedPages(const QTemporaryDir& dir, int pages, QSizeF size,
+                       const PdfFixtures::PageDrawer& draw = PdfFixtures::drawMarkedPage)
 {
     PdfPages result;
     result.path = dir.filePath(QStringLiteral("score.pdf"));
-    EXPECT_TRUE(PdfFixtures::writePdf(result.path, pages, size));
+    EXPECT_TRUE(PdfFixtures::writePdf(result.path, pages, size, draw));
     auto document = openPdfDocument(result.path);
     EXPECT_NE(document, nullptr);
     for (int i = 0; document && i < pages; ++i)
         result.items.emplace_back(QUuid::createUuid(), renderPdfPage(*document, i), result.path, i + 1);
     return result;
+}
+
+// The darkest grey of each run of rows darker than the paper down one column.
+std::vector<int> darkestOfEachLine(const QImage& page, int x)
+{
+    std::vector<int> lines;
+    bool inLine = false;
+    for (int y = 0; y < page.height(); ++y) {
+        const int gray = qGray(page.pixel(x, y));
+        if (gray >= 230) {
+            inLine = false;
+            continue;
+        }
+        if (!inLine)
+            lines.push_back(gray);
+        inLine = true;
+        lines.back() = std::min(lines.back(), gray);
+    }
+    return lines;
 }
 
 } // namespace
@@ -125,4 +148,19 @@ TEST(PdfPageRasteriser, OneDocumentIsOpenedOnceForItsPagesInTurn)
         EXPECT_FALSE(rasteriser.render(item.image(), QSize(900, 600)).isNull());
     EXPECT_EQ(rasteriser.documentsOpened(), 1);
     EXPECT_EQ(rasteriser.pagesRendered(), 3);
+}
+
+TEST(PdfPageRasteriser, ThinStaffLinesReachFullBlackWhereverTheyFallOnThePixelGrid)
+{
+    // An A4 page at the height of a 4K frame: a 0.5-point line is 1.28 pixels thick, so a
+    // smooth rendering alone leaves a line that straddles two rows grey in both.
+    QTemporaryDir dir;
+    const PdfPages pdf = importedPages(dir, 1, QSizeF(595.276, 841.89), PdfFixtures::drawStaffPage);
+    PdfPageRasteriser rasteriser(pdfPageOrigins(pdf.items));
+    const QImage page = rasteriser.render(pdf.items[0].image(), QSize(1527, 2160));
+    ASSERT_FALSE(page.isNull());
+    const std::vector<int> lines = darkestOfEachLine(page, page.width() / 2);
+    ASSERT_EQ(lines.size(), size_t(PdfFixtures::kStaffCount * 5));
+    for (size_t i = 0; i < lines.size(); ++i)
+        EXPECT_LT(lines[i], 60) << "line " << i;
 }
