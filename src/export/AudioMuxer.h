@@ -4,7 +4,7 @@
 // and copying run on a pool thread, which also calls the completion.
 #pragma once
 
-#include "export/AacEncoder.h"
+#include "media/AacEncoder.h"
 #include "support/FaultHook.h"
 #include "support/JobToken.h"
 #include "support/ThreadHandover.h"

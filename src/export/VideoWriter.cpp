@@ -1,10 +1,10 @@
 #include "export/VideoWriter.h"
 
-#include "export/H264EncoderSetup.h"
 #include "export/SkipSlice.h"
 #include "media/CodecExchange.h"
 #include "media/FfmpegError.h"
 #include "media/FfmpegHandles.h"
+#include "media/H264EncoderSetup.h"
 
 #include <QFile>
 

@@ -11,7 +11,7 @@
 
 #include "export/H264ParameterSets.h"
 #include "export/StretchPlanner.h"
-#include "export/VideoPicture.h"
+#include "media/VideoPicture.h"
 
 #include <QString>
 

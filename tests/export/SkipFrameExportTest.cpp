@@ -1,6 +1,6 @@
-#include "export/PictureConverter.h"
 #include "export/VideoExport.h"
 #include "media/FfmpegHandles.h"
+#include "media/PictureConverter.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
 #include "tests/support/StrictDecoder.h"

@@ -1,4 +1,4 @@
-#include "export/H264EncoderSetup.h"
+#include "media/H264EncoderSetup.h"
 
 #include "media/CodecOpening.h"
 #include "media/FfmpegError.h"
