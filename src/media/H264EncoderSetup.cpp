@@ -77,3 +77,10 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
                               .arg(leftovers.isEmpty() ? ffmpegErrorText(result) : leftovers));
     return encoder;
 }
+
+std::vector<uint8_t> encoderParameterSets(const AVCodecContext& encoder)
+{
+    if (!encoder.extradata || encoder.extradata_size <= 0)
+        return {};
+    return std::vector<uint8_t>(encoder.extradata, encoder.extradata + encoder.extradata_size);
+}
