@@ -10,6 +10,9 @@
 #include "audio/DefaultAudioPlayerFactory.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "media/CodecExchange.h"
+#include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
 #include "tests/support/AudioFixtures.h"
 
 #include <QCoreApplication>
@@ -82,51 +85,53 @@ double bareDecodeSeconds(const QString& path, int64_t* frames)
 {
     QElapsedTimer timer;
     timer.start();
-    AVFormatContext* format = nullptr;
-    if (avformat_open_input(&format, path.toUtf8().constData(), nullptr, nullptr) < 0)
+    MediaInput input;
+    if (openMediaInput(input, path, AVMEDIA_TYPE_AUDIO, StreamDecoder::needed) < 0)
         return -1;
-    avformat_find_stream_info(format, nullptr);
-    const AVCodec* decoder = nullptr;
-    const int stream = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
-    AVCodecContext* codec = avcodec_alloc_context3(decoder);
-    avcodec_parameters_to_context(codec, format->streams[stream]->codecpar);
-    avcodec_open2(codec, decoder, nullptr);
-    SwrContext* swr = nullptr;
-    AVPacket* packet = av_packet_alloc();
-    AVFrame* frame = av_frame_alloc();
+    CodecContextPtr codec(avcodec_alloc_context3(input.decoder));
+    if (!codec || avcodec_parameters_to_context(codec.get(), input.stream()->codecpar) < 0 ||
+        avcodec_open2(codec.get(), input.decoder, nullptr) < 0)
+        return -1;
+    ResamplerPtr swr;
+    PacketPtr packet(av_packet_alloc());
+    FramePtr frame(av_frame_alloc());
+    if (!packet || !frame)
+        return -1;
     std::vector<std::vector<float>> block(size_t(codec->ch_layout.nb_channels));
+    std::vector<uint8_t*> outputs;
     *frames = 0;
-    auto drain = [&] {
-        while (avcodec_receive_frame(codec, frame) >= 0) {
-            if (!swr) {
-                swr_alloc_set_opts2(&swr, &frame->ch_layout, AV_SAMPLE_FMT_FLTP, frame->sample_rate,
-                                    &frame->ch_layout, AVSampleFormat(frame->format), frame->sample_rate, 0,
-                                    nullptr);
-                swr_init(swr);
-            }
-            std::vector<uint8_t*> outputs;
-            for (auto& channel : block) {
-                channel.resize(size_t(frame->nb_samples));
-                outputs.push_back(reinterpret_cast<uint8_t*>(channel.data()));
-            }
-            *frames += swr_convert(swr, outputs.data(), frame->nb_samples,
-                                   const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples);
-            av_frame_unref(frame);
+    const FrameSink convert = [&](AVFrame* decoded) {
+        if (!swr) {
+            SwrContext* raw = nullptr;
+            if (swr_alloc_set_opts2(&raw, &decoded->ch_layout, AV_SAMPLE_FMT_FLTP, decoded->sample_rate,
+                                    &decoded->ch_layout, AVSampleFormat(decoded->format),
+                                    decoded->sample_rate, 0, nullptr) < 0)
+                return AVERROR(EINVAL);
+            swr.reset(raw);
+            if (const int result = swr_init(swr.get()); result < 0)
+                return result;
         }
+        outputs.clear();
+        for (auto& channel : block) {
+            channel.resize(size_t(decoded->nb_samples));
+            outputs.push_back(reinterpret_cast<uint8_t*>(channel.data()));
+        }
+        const int converted =
+                swr_convert(swr.get(), outputs.data(), decoded->nb_samples,
+                            const_cast<const uint8_t**>(decoded->extended_data), decoded->nb_samples);
+        if (converted < 0)
+            return converted;
+        *frames += converted;
+        return 0;
     };
-    while (av_read_frame(format, packet) >= 0) {
-        if (packet->stream_index == stream)
-            avcodec_send_packet(codec, packet);
-        av_packet_unref(packet);
-        drain();
+    while (av_read_frame(input.format.get(), packet.get()) >= 0) {
+        if (packet->stream_index == input.streamIndex)
+            sendPacket(codec.get(), packet.get(), frame.get(), convert);
+        av_packet_unref(packet.get());
+        receiveFrames(codec.get(), frame.get(), convert);
     }
-    avcodec_send_packet(codec, nullptr);
-    drain();
-    swr_free(&swr);
-    av_frame_free(&frame);
-    av_packet_free(&packet);
-    avcodec_free_context(&codec);
-    avformat_close_input(&format);
+    sendPacket(codec.get(), nullptr, frame.get(), convert);
+    receiveFrames(codec.get(), frame.get(), convert);
     return double(timer.nsecsElapsed()) / 1e9;
 }
 

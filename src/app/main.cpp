@@ -7,7 +7,7 @@
 #include "app/StderrDialogs.h"
 #include "app/TestHooks.h"
 #include "audio/DefaultAudioPlayerFactory.h"
-#include "export/FfmpegLogging.h"
+#include "media/FfmpegLogging.h"
 #include "ui/ContentView.h"
 #include "ui/DarkTheme.h"
 #include "ui/MainWindow.h"

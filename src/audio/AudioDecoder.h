@@ -1,28 +1,17 @@
-// Decodes a whole audio file (anything FFmpeg reads: WAV in any PCM or float layout, MP3,
-// M4A/AAC, FLAC, OGG...) into 32-bit float samples, one vector per channel, at the file's
-// own sample rate and channel count. A sample rate below 1 kHz or above 768 kHz is refused
-// as a broken header. Runs on any thread; each call is independent.
+// Decodes a whole audio file into an AudioBuffer: 32-bit float samples, one vector per
+// channel, at the file's own sample rate and channel count, with the rules of
+// media/AudioStreamDecoder.h (which does the decoding). Runs on any thread; each call is
+// independent.
 #pragma once
 
 #include "audio/AudioBuffer.h"
+#include "media/AudioStreamDecoder.h"
 
 #include <QString>
 
-#include <cstdint>
 #include <optional>
-#include <span>
 
 class QIODevice;
-
-// The sample rates decoded: from telephone quality, below which no music is recorded, to
-// eight times 96 kHz, the highest of recording equipment. A file claiming a rate outside is
-// refused as a broken header (see AudioDecoder.cpp).
-constexpr int kMinDecodedSampleRate = 8000;
-constexpr int kMaxDecodedSampleRate = 768000;
-// The longest recording decoded, in sample frames: sample counts are 32-bit throughout the
-// audio code, and the silences a load adds (at most 20 s at the highest rate) must still fit.
-// Some 26 hours at 44.1 kHz; a stream that goes on past it is cut there (and said to be).
-constexpr int64_t kMaxDecodedFrames = (int64_t(1) << 32) - (int64_t(1) << 26);
 
 struct DecodeResult {
     std::optional<AudioBuffer> audio; // none when nothing could be decoded
@@ -37,32 +26,3 @@ DecodeResult decodeAudioFile(const QString& path);
 // The same for data in a device (a file, or a buffer in memory). The device must be open
 // for reading; it is read from its current position to the end.
 DecodeResult decodeAudioDevice(QIODevice& device, const QString& nameForMessages);
-
-// Receives decoded audio block by block, in order, on the decoding thread. Lets a caller
-// process a recording while it is being decoded instead of holding it twice.
-class DecodeReceiver {
-public:
-    virtual ~DecodeReceiver() = default;
-    // Once, before the first block. `expectedFrames` is a size hint (the length the file
-    // announces plus room for codec padding) or -1.
-    virtual void begin(int sampleRate, int channelCount, int64_t expectedFrames) = 0;
-    // Room for `frameCount` frames: one pointer per channel for the decoder to write into.
-    virtual std::span<float* const> blockFor(int frameCount) = 0;
-    // The decoder wrote `frameCount` frames (at most the room asked for) into that room.
-    virtual void commit(int frameCount) = 0;
-    // Asked between packets: true makes decoding stop there (the work was called off or
-    // the receiver failed). The decode then ends as an error.
-    virtual bool stopRequested() const { return false; }
-};
-
-struct DecodeStatus {
-    bool opened = false;    // begin() was called
-    bool ok = false;        // audio was decoded (maybe cut short); false: `error` says why
-    bool truncated = false; // the stream broke off part-way (logged)
-    QString error;
-    int sampleRate = 0;
-    int64_t frames = 0;
-};
-
-// Decodes the file at `path` into `receiver`, with the same rules as decodeAudioFile.
-DecodeStatus decodeAudioFileInto(const QString& path, DecodeReceiver& receiver);

@@ -4,7 +4,8 @@
 // and copying run on a pool thread, which also calls the completion.
 #pragma once
 
-#include "export/AacEncoder.h"
+#include "media/AacEncoder.h"
+#include "media/MovMuxer.h"
 #include "support/FaultHook.h"
 #include "support/JobToken.h"
 #include "support/ThreadHandover.h"
@@ -20,10 +21,6 @@ using PreparedAudio = BackgroundResult<std::shared_ptr<const EncodedAudio>>;
 // The file name of the muxed result while it is being written.
 inline const QString kTemporaryMuxName = QStringLiteral("temp_with_audio.mov");
 
-// The length of the first video stream of a file in seconds, or none when the file cannot be
-// read or has no video stream.
-std::optional<double> videoStreamDuration(const QString& videoPath);
-
 // Called once when a mux ends: true on success, else false with the log line that says why.
 using MuxCompletion = std::function<void(bool ok, const QString& failureLine)>;
 
@@ -37,8 +34,3 @@ using MuxCompletion = std::function<void(bool ok, const QString& failureLine)>;
 void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath, MuxCompletion completion,
                        std::optional<PreparedAudio> prepared = std::nullopt,
                        std::shared_ptr<const JobToken> ticket = nullptr, FaultHook faultHook = {});
-
-// Writes `video`'s video stream and `audio` into a new QuickTime file at `outputPath`;
-// stops (false) when `ticket` is called off.
-bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
-                    QString* error, const JobToken* ticket = nullptr);

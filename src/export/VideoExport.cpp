@@ -1,7 +1,7 @@
 #include "export/VideoExport.h"
 
 #include "export/BoundedQueue.h"
-#include "export/PictureConverter.h"
+#include "media/PictureConverter.h"
 #include "support/ExceptionText.h"
 #include "support/Log.h"
 

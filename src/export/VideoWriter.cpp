@@ -1,31 +1,23 @@
 #include "export/VideoWriter.h"
 
-#include "export/H264EncoderSetup.h"
 #include "export/SkipSlice.h"
-#include "media/CodecExchange.h"
 #include "media/FfmpegError.h"
 #include "media/FfmpegHandles.h"
-
-#include <QFile>
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-}
-
-#include <cstring>
+#include "media/H264EncoderSetup.h"
+#include "media/H264FileOutput.h"
 
 struct VideoWriter::Encoder {
-    OutputContextPtr output;
+    Encoder(const QString& path, int fps)
+        : output(path, fps)
+    {}
+
+    H264FileOutput output;
     // The encoder at work: the only one when every frame is encoded, else the current
     // stretch's (null between stretches).
     CodecContextPtr codec;
     // With skip pictures: the encoder opened by prepare(), kept for the first stretch.
     CodecContextPtr spare;
     std::vector<uint8_t> parameterSets; // the stream's SPS/PPS, as written in its header
-    PacketPtr packet;
-    FramePtr frame; // a reference to the picture being sent, with its own time stamp
-    AVStream* stream = nullptr;
 };
 
 VideoWriter::VideoWriter(QString path, int width, int height, int fps, VideoEncoding encoding)
@@ -48,7 +40,7 @@ bool VideoWriter::fail(const QString& what, int code)
 
 bool VideoWriter::prepare(QString* error)
 {
-    auto encoder = std::make_unique<Encoder>();
+    auto encoder = std::make_unique<Encoder>(m_path, m_fps);
     auto refuse = [error](const QString& text) {
         if (error)
             *error = text;
@@ -61,18 +53,12 @@ bool VideoWriter::prepare(QString* error)
                               .arg(m_fps));
 
     // The container is QuickTime whatever the file's extension says.
-    AVFormatContext* output = nullptr;
-    const QByteArray pathBytes = QFile::encodeName(m_path);
-    int result = avformat_alloc_output_context2(&output, nullptr, "mov", pathBytes.constData());
-    if (result < 0 || !output)
+    int result = encoder->output.createContainer();
+    if (result < 0)
         return refuse(
                 QStringLiteral("A QuickTime konténer nem hozható létre: %1").arg(ffmpegErrorText(result)));
-    encoder->output.reset(output);
-
-    encoder->packet.reset(av_packet_alloc());
-    encoder->frame.reset(av_frame_alloc());
-    if (!encoder->packet || !encoder->frame)
-        return refuse(ffmpegErrorText(AVERROR(ENOMEM)));
+    if ((result = encoder->output.allocateScratch()) < 0)
+        return refuse(ffmpegErrorText(result));
 
     QString openError;
     if (m_encoding == VideoEncoding::changesOnly) {
@@ -83,16 +69,14 @@ bool VideoWriter::prepare(QString* error)
                 openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
         if (!first)
             return refuse(openError);
-        encoder->parameterSets.assign(first->extradata, first->extradata + first->extradata_size);
+        encoder->parameterSets = encoderParameterSets(*first);
         first.reset();
         m_skip = readH264SkipParameters(encoder->parameterSets, nullptr);
         if (m_skip) {
             encoder->spare = openH264Encoder(m_width, m_height, m_fps, H264EncoderUse::stretches, &openError);
             if (!encoder->spare)
                 return refuse(openError);
-            const AVCodecContext* spare = encoder->spare.get();
-            if (std::vector<uint8_t>(spare->extradata, spare->extradata + spare->extradata_size) !=
-                encoder->parameterSets) {
+            if (encoderParameterSets(*encoder->spare) != encoder->parameterSets) {
                 m_skip.reset();
                 encoder->spare.reset();
             }
@@ -105,14 +89,8 @@ bool VideoWriter::prepare(QString* error)
     } else {
         m_planner.emplace(2 * static_cast<int64_t>(m_fps));
     }
-    AVCodecContext* context = m_skip ? encoder->spare.get() : encoder->codec.get();
-
-    encoder->stream = avformat_new_stream(output, nullptr);
-    if (!encoder->stream)
-        return refuse(ffmpegErrorText(AVERROR(ENOMEM)));
-    encoder->stream->time_base = context->time_base;
-    encoder->stream->avg_frame_rate = context->framerate;
-    if ((result = avcodec_parameters_from_context(encoder->stream->codecpar, context)) < 0)
+    const AVCodecContext* context = m_skip ? encoder->spare.get() : encoder->codec.get();
+    if ((result = encoder->output.addStream(*context)) < 0)
         return refuse(ffmpegErrorText(result));
 
     m_encoder = std::move(encoder);
@@ -123,79 +101,40 @@ bool VideoWriter::startWriting()
 {
     if (!m_encoder || m_status != VideoWriterStatus::unknown)
         return fail(QStringLiteral("A videóíró nincs előkészítve"), 0);
-    AVFormatContext* output = m_encoder->output.get();
-    const QByteArray pathBytes = QFile::encodeName(m_path);
-    int result = avio_open(&output->pb, pathBytes.constData(), AVIO_FLAG_WRITE);
+    int result = m_encoder->output.open();
     if (result < 0)
         return fail(QStringLiteral("A videófájl nem hozható létre (%1)").arg(m_path), result);
-    AVDictionary* options = nullptr;
     // The index goes to the front of the file so that the video starts playing at once.
-    av_dict_set(&options, "movflags", "+faststart", 0);
-    result = avformat_write_header(output, &options);
-    // What the muxer hands back holds the options it did not take.
-    const DictionaryPtr unused(options);
-    if (result < 0)
+    if ((result = m_encoder->output.writeHeader()) < 0)
         return fail(QStringLiteral("A videófájl fejléce nem írható"), result);
-    if (av_dict_count(unused.get()) > 0)
-        return fail(QStringLiteral("A videófájl fejléce nem írható"), AVERROR_OPTION_NOT_FOUND);
     m_status = VideoWriterStatus::writing;
     return true;
 }
 
-int VideoWriter::writeEncodedPacket(AVPacket* packet, std::vector<uint8_t>* lastPacket)
+bool VideoWriter::exchange(const AVFrame* frame, int64_t frameIndex, bool idr,
+                           std::vector<uint8_t>* lastPacket, const QString& what)
 {
-    const AVCodecContext* context = m_encoder->codec.get();
-    if (lastPacket) {
-        // The still stretch's IDR is the encoder's last packet; it is kept for resending.
-        if (packet->flags & AV_PKT_FLAG_KEY)
-            lastPacket->assign(packet->data, packet->data + packet->size);
-        else
-            lastPacket->clear();
+    const EncodeOutcome outcome =
+            m_encoder->output.encode(m_encoder->codec.get(), frame, frameIndex, idr, lastPacket);
+    m_packetsWritten += outcome.packetsWritten;
+    switch (outcome.failure) {
+    case EncodeFailure::none:
+        return true;
+    case EncodeFailure::reference:
+        return fail(QStringLiteral("A képkocka nem adható át"), outcome.code);
+    case EncodeFailure::send:
+        return fail(what, outcome.code);
+    case EncodeFailure::receive:
+        return fail(QStringLiteral("A H.264 kódolás sikertelen"), outcome.code);
+    case EncodeFailure::write:
+        return fail(QStringLiteral("A videófájl írása sikertelen"), outcome.code);
     }
-    // Each frame lasts one tick of 1/fps; without it the last frame would have no length.
-    packet->duration = 1;
-    av_packet_rescale_ts(packet, context->time_base, m_encoder->stream->time_base);
-    packet->stream_index = m_encoder->stream->index;
-    const int result = av_interleaved_write_frame(m_encoder->output.get(), packet);
-    if (result < 0) {
-        fail(QStringLiteral("A videófájl írása sikertelen"), result);
-        return kStoppedBySink;
-    }
-    ++m_packetsWritten;
-    return 0;
-}
-
-bool VideoWriter::exchange(const AVFrame* frame, std::vector<uint8_t>* lastPacket, const QString& what)
-{
-    const PacketSink write = [this, lastPacket](AVPacket* packet) {
-        return writeEncodedPacket(packet, lastPacket);
-    };
-    AVCodecContext* context = m_encoder->codec.get();
-    AVPacket* packet = m_encoder->packet.get();
-    int result = sendFrame(context, frame, packet, write);
-    if (result == kStoppedBySink)
-        return false;
-    if (result < 0)
-        return fail(what, result);
-    result = receivePackets(context, packet, write);
-    if (result == kStoppedBySink)
-        return false;
-    if (result < 0)
-        return fail(QStringLiteral("A H.264 kódolás sikertelen"), result);
-    return true;
+    return false;
 }
 
 bool VideoWriter::sendToEncoder(const VideoPicture& picture, int64_t frameIndex, bool idr)
 {
-    AVFrame* frame = m_encoder->frame.get();
-    int result = av_frame_ref(frame, picture.get());
-    if (result < 0)
-        return fail(QStringLiteral("A képkocka nem adható át"), result);
-    frame->pts = frameIndex;
-    frame->pict_type = idr ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
-    const bool sent = exchange(frame, nullptr, QStringLiteral("A H.264 kódolás sikertelen"));
-    av_frame_unref(frame);
-    return sent;
+    return exchange(picture.get(), frameIndex, idr, nullptr, QStringLiteral("A H.264 kódolás sikertelen"));
 }
 
 bool VideoWriter::openStretchEncoder()
@@ -209,8 +148,7 @@ bool VideoWriter::openStretchEncoder()
     if (!codec)
         return fail(error, 0);
     // Every stretch's pictures refer to the parameter sets in the file's header.
-    const std::vector<uint8_t> sets(codec->extradata, codec->extradata + codec->extradata_size);
-    if (sets != m_encoder->parameterSets)
+    if (encoderParameterSets(*codec) != m_encoder->parameterSets)
         return fail(QStringLiteral("A H.264 kódoló paraméterkészletei eltérnek"), 0);
     m_encoder->codec = std::move(codec);
     return true;
@@ -218,26 +156,15 @@ bool VideoWriter::openStretchEncoder()
 
 bool VideoWriter::endStretchEncoder(std::vector<uint8_t>* lastPacket)
 {
-    const bool drained = exchange(nullptr, lastPacket, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
+    const bool drained =
+            exchange(nullptr, 0, false, lastPacket, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
     m_encoder->codec.reset();
     return drained;
 }
 
 bool VideoWriter::writeOwnPacket(const std::vector<uint8_t>& bytes, int64_t frameIndex, bool key)
 {
-    AVPacket* packet = m_encoder->packet.get();
-    int result = av_new_packet(packet, static_cast<int>(bytes.size()));
-    if (result < 0)
-        return fail(QStringLiteral("A videófájl írása sikertelen"), result);
-    std::memcpy(packet->data, bytes.data(), bytes.size());
-    packet->pts = frameIndex;
-    packet->dts = frameIndex;
-    packet->duration = 1;
-    packet->flags = key ? AV_PKT_FLAG_KEY : 0;
-    packet->stream_index = m_encoder->stream->index;
-    av_packet_rescale_ts(packet, AVRational{1, m_fps}, m_encoder->stream->time_base);
-    result = av_interleaved_write_frame(m_encoder->output.get(), packet);
-    if (result < 0)
+    if (const int result = m_encoder->output.writePacket(bytes, frameIndex, key); result < 0)
         return fail(QStringLiteral("A videófájl írása sikertelen"), result);
     ++m_packetsWritten;
     return true;
@@ -303,15 +230,15 @@ void VideoWriter::finishWriting()
         m_heldPicture.reset();
         m_previousPicture.reset();
     } else {
-        exchange(nullptr, nullptr, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
+        exchange(nullptr, 0, false, nullptr, QStringLiteral("A H.264 kódolás lezárása sikertelen"));
     }
-    AVFormatContext* output = m_encoder->output.get();
+    H264FileOutput& output = m_encoder->output;
     if (m_status == VideoWriterStatus::writing) {
-        if ((result = av_write_trailer(output)) < 0)
+        if ((result = output.writeTrailer()) < 0)
             fail(QStringLiteral("A videófájl lezárása sikertelen"), result);
     }
-    if (output->pb) {
-        result = avio_closep(&output->pb);
+    if (output.isOpen()) {
+        result = output.close();
         if (result < 0)
             fail(QStringLiteral("A videófájl lezárása sikertelen"), result);
     }

@@ -11,12 +11,11 @@
 
 #include "export/H264ParameterSets.h"
 #include "export/StretchPlanner.h"
-#include "export/VideoPicture.h"
+#include "media/VideoPicture.h"
 
 #include <QString>
 
 struct AVFrame;
-struct AVPacket;
 
 #include <cstdint>
 #include <memory>
@@ -63,12 +62,11 @@ private:
     struct Encoder;
 
     bool fail(const QString& what, int code);
-    // Writes one packet from the encoder: 0, or kStoppedBySink when the writer failed.
-    int writeEncodedPacket(AVPacket* packet, std::vector<uint8_t>* lastPacket);
-    // Sends `frame` (null flushes) to the encoder and writes every packet it gives;
-    // `lastPacket` (may be null) keeps the last one when it is a keyframe. `what` names a
-    // refused send in the error.
-    bool exchange(const AVFrame* frame, std::vector<uint8_t>* lastPacket, const QString& what);
+    // Sends `frame` (null flushes) to the encoder as frame `frameIndex` (an IDR picture when
+    // `idr` is set) and writes every packet it gives; `lastPacket` (may be null) keeps the
+    // last one when it is a keyframe. `what` names a refused send in the error.
+    bool exchange(const AVFrame* frame, int64_t frameIndex, bool idr, std::vector<uint8_t>* lastPacket,
+                  const QString& what);
     bool sendToEncoder(const VideoPicture& picture, int64_t frameIndex, bool idr);
     bool endStretchEncoder(std::vector<uint8_t>* lastPacket);
     bool openStretchEncoder();

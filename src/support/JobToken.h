@@ -2,8 +2,9 @@
 // JobToken: the generation of the request that started them and a flag that calls them off.
 // The owner, on the main thread, hands out tokens through a JobGenerations (one per kind of
 // job) and cancels them there; the job reads the flag between its steps, and FFmpeg reads it
-// through interruptCallback(). A step the job hands back to the main thread checks the token
-// there, where cancelling happens, so nothing of a called-off job reaches the editor.
+// through a MediaInterrupt made from cancelledFlag(). A step the job hands back to the main
+// thread checks the token there, where cancelling happens, so nothing of a called-off job
+// reaches the editor.
 #pragma once
 
 #include <atomic>
@@ -24,13 +25,6 @@ public:
     void cancel() { m_cancelled.store(true, std::memory_order_release); }
     // For work that takes a plain flag.
     const std::atomic<bool>& cancelledFlag() const { return m_cancelled; }
-
-    // Has the shape of FFmpeg's AVIOInterruptCB callback, with the token as its opaque
-    // pointer: a blocking read or write of a called-off job returns at once.
-    static int interruptCallback(void* token)
-    {
-        return static_cast<const JobToken*>(token)->isCancelled() ? 1 : 0;
-    }
 
 private:
     const uint64_t m_generation;

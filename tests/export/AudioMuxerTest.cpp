@@ -1,5 +1,5 @@
 #include "export/AudioMuxer.h"
-#include "export/AacEncoder.h"
+#include "media/AacEncoder.h"
 #include "support/Log.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"

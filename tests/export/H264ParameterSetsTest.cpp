@@ -1,6 +1,6 @@
 #include "export/H264ParameterSets.h"
 #include "export/BitWriter.h"
-#include "export/H264EncoderSetup.h"
+#include "media/H264EncoderSetup.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
-#include "export/PictureConverter.h"
 #include "export/VideoExport.h"
 #include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
+#include "media/PictureConverter.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
 #include "tests/support/StrictDecoder.h"
@@ -162,22 +163,17 @@ struct StrictDecode {
 StrictDecode decodeStrictly(const QString& path, int fps, const std::function<void(const AVFrame*)>& take)
 {
     StrictDecode result;
-    AVFormatContext* rawInput = nullptr;
-    const QByteArray name = path.toUtf8();
-    if (avformat_open_input(&rawInput, name.constData(), nullptr, nullptr) < 0)
+    MediaInput opened;
+    if (openMediaInput(opened, path, AVMEDIA_TYPE_VIDEO, StreamDecoder::notNeeded) < 0)
         return result;
-    InputContextPtr input(rawInput);
-    if (avformat_find_stream_info(input.get(), nullptr) < 0)
-        return result;
-    const int stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (stream < 0)
-        return result;
-    StrictDecoder decoder(*input->streams[stream]->codecpar);
+    AVFormatContext* input = opened.format.get();
+    const int stream = opened.streamIndex;
+    StrictDecoder decoder(*opened.stream()->codecpar);
     if (!decoder.isOpen())
         return result;
     result.opened = true;
     PacketPtr packet(av_packet_alloc());
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
+    while (av_read_frame(input, packet.get()) >= 0) {
         if (packet->stream_index == stream) {
             result.keyPackets.push_back((packet->flags & AV_PKT_FLAG_KEY) != 0);
             const std::vector<int> types = nalTypes(packet.get());

@@ -1,5 +1,5 @@
 #include "export/VideoWriter.h"
-#include "export/PictureConverter.h"
+#include "media/PictureConverter.h"
 #include "tests/support/ExportFixtures.h"
 #include "tests/support/VideoProbe.h"
 

@@ -10,13 +10,14 @@ import unittest
 
 SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "scripts", "check-layers")
 
-# A tree that keeps every rule: widgets in ui/ and app/, FFmpeg in audio/, includes pointing
-# down only (app -> ui -> editor -> audio -> support).
+# A tree that keeps every rule: widgets in ui/ and app/, FFmpeg in media/, includes pointing
+# down only (app -> ui -> editor -> audio -> media -> support).
 CLEAN_TREE = {
     "app/main.cpp": '#include "ui/Window.h"\n#include <QApplication>\n',
     "ui/Window.h": '#include "editor/Editor.h"\n#include <QWidget>\n',
     "editor/Editor.h": '#include "audio/Decoder.h"\n#include <QObject>\n',
-    "audio/Decoder.cpp": 'extern "C" {\n#include <libavformat/avformat.h>\n}\n#include "support/Log.h"\n',
+    "audio/Decoder.cpp": '#include "media/Input.h"\n#include "support/Log.h"\n',
+    "media/Input.cpp": 'extern "C" {\n#include <libavformat/avformat.h>\n}\n#include "support/Log.h"\n',
     "support/Log.h": "#include <QString>\n",
 }
 
@@ -52,7 +53,15 @@ class CheckLayersTest(unittest.TestCase):
     def test_ffmpeg_header_outside_its_folders_is_reported(self):
         self.assert_reported({"project/Probe.cpp": "#include <libavcodec/avcodec.h>\n"},
                              "src/project/Probe.cpp:1: ffmpeg: includes the FFmpeg header "
-                             "<libavcodec/avcodec.h> outside audio/, export/, media/")
+                             "<libavcodec/avcodec.h> outside media/")
+
+    def test_ffmpeg_header_in_audio_or_export_is_reported(self):
+        self.assert_reported({"audio/Decoder.cpp": '#include "support/Log.h"\n#include <libswresample/swresample.h>\n'},
+                             "src/audio/Decoder.cpp:2: ffmpeg: includes the FFmpeg header "
+                             "<libswresample/swresample.h> outside media/")
+        self.assert_reported({"export/Writer.cpp": "#include <libavformat/avformat.h>\n"},
+                             "src/export/Writer.cpp:1: ffmpeg: includes the FFmpeg header "
+                             "<libavformat/avformat.h> outside media/")
 
     def test_core_folder_including_ui_or_app_is_reported(self):
         self.assert_reported({"render/Frame.h": '#pragma once\n#include "ui/Window.h"\n'},

@@ -2,8 +2,8 @@
 
 #include "audio/FloatWavWriter.h"
 #include "editor/Frames.h"
-#include "export/PictureConverter.h"
 #include "export/VideoWriter.h"
+#include "media/PictureConverter.h"
 #include "tests/support/EventLoop.h"
 
 #include <QUuid>

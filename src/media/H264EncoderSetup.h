@@ -7,6 +7,9 @@
 
 #include <QString>
 
+#include <cstdint>
+#include <vector>
+
 enum class H264EncoderUse {
     // One encoder for every frame of the video.
     everyFrame,
@@ -16,3 +19,7 @@ enum class H264EncoderUse {
 };
 
 CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse use, QString* error);
+
+// The parameter sets (SPS and PPS) an opened encoder put in its extradata, as the file's
+// header carries them.
+std::vector<uint8_t> encoderParameterSets(const AVCodecContext& encoder);

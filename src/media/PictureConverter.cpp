@@ -1,4 +1,4 @@
-#include "export/PictureConverter.h"
+#include "media/PictureConverter.h"
 
 extern "C" {
 #include <libavutil/frame.h>

@@ -1,4 +1,4 @@
-#include "export/H264EncoderSetup.h"
+#include "media/H264EncoderSetup.h"
 
 #include "media/CodecOpening.h"
 #include "media/FfmpegError.h"
@@ -76,4 +76,11 @@ CodecContextPtr openH264Encoder(int width, int height, int fps, H264EncoderUse u
         return refuse(QStringLiteral("A H.264 kódoló nem indítható: %1")
                               .arg(leftovers.isEmpty() ? ffmpegErrorText(result) : leftovers));
     return encoder;
+}
+
+std::vector<uint8_t> encoderParameterSets(const AVCodecContext& encoder)
+{
+    if (!encoder.extradata || encoder.extradata_size <= 0)
+        return {};
+    return std::vector<uint8_t>(encoder.extradata, encoder.extradata + encoder.extradata_size);
 }

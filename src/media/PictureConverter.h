@@ -2,8 +2,8 @@
 // yuv420p pictures with the BT.709 matrix in limited range. One converter per thread.
 #pragma once
 
-#include "export/VideoPicture.h"
 #include "media/FfmpegHandles.h"
+#include "media/VideoPicture.h"
 
 #include <QImage>
 

@@ -1,4 +1,4 @@
-#include "export/AacEncoder.h"
+#include "media/AacEncoder.h"
 
 #include "media/CodecExchange.h"
 #include "media/CodecOpening.h"

@@ -1,4 +1,4 @@
-#include "export/FfmpegLogging.h"
+#include "media/FfmpegLogging.h"
 
 extern "C" {
 #include <libavutil/log.h>

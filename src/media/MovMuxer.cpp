@@ -1,0 +1,190 @@
+#include "media/MovMuxer.h"
+
+#include "media/AacEncoder.h"
+#include "media/FfmpegError.h"
+#include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
+#include "media/MediaInterrupt.h"
+#include "support/JobToken.h"
+
+#include <QFile>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace {
+
+using OpenedVideo = MediaInput;
+
+// `interrupt` (may be null) lets a called-off mux give up a blocking read; it must outlive
+// the opened video.
+std::optional<OpenedVideo> openVideo(const QString& path, const MediaInterrupt* interrupt = nullptr)
+{
+    OpenedVideo video;
+    if (openMediaInput(video, path, AVMEDIA_TYPE_VIDEO, StreamDecoder::notNeeded, interrupt) < 0)
+        return std::nullopt;
+    return video;
+}
+
+double streamDuration(const OpenedVideo& video)
+{
+    const AVStream* stream = video.stream();
+    if (stream->duration > 0)
+        return static_cast<double>(stream->duration) * av_q2d(stream->time_base);
+    if (video.format->duration > 0)
+        return static_cast<double>(video.format->duration) / AV_TIME_BASE;
+    return 0.0;
+}
+
+bool writePacket(AVFormatContext* output, AVPacket* packet, AVRational from, const AVStream* to,
+                 QString* error)
+{
+    av_packet_rescale_ts(packet, from, to->time_base);
+    packet->stream_index = to->index;
+    packet->pos = -1;
+    const int result = av_interleaved_write_frame(output, packet);
+    if (result < 0) {
+        *error = QStringLiteral("A fájl írása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<double> videoStreamDuration(const QString& videoPath)
+{
+    const std::optional<OpenedVideo> video = openVideo(videoPath);
+    if (!video)
+        return std::nullopt;
+    return streamDuration(*video);
+}
+
+bool hasAudioStream(const QString& path)
+{
+    MediaInput input;
+    return openMediaInput(input, path, AVMEDIA_TYPE_AUDIO, StreamDecoder::notNeeded) >= 0;
+}
+
+bool canMuxAacIntoMov()
+{
+    return avcodec_find_encoder(AV_CODEC_ID_AAC) && av_guess_format("mov", nullptr, nullptr);
+}
+
+bool writeMuxedFile(const QString& videoPath, const EncodedAudio& audio, const QString& outputPath,
+                    QString* error, const JobToken* ticket)
+{
+    error->clear();
+    // A called-off mux must not sit in a blocking read or write.
+    const MediaInterrupt interrupt(ticket ? &ticket->cancelledFlag() : nullptr);
+    std::optional<OpenedVideo> video = openVideo(videoPath, &interrupt);
+    if (!video) {
+        *error = QStringLiteral("A videó nem olvasható");
+        return false;
+    }
+    const AVStream* videoIn = video->stream();
+
+    AVFormatContext* rawOutput = nullptr;
+    const QByteArray outputBytes = QFile::encodeName(outputPath);
+    int result = avformat_alloc_output_context2(&rawOutput, nullptr, "mov", outputBytes.constData());
+    if (result < 0 || !rawOutput) {
+        *error = ffmpegErrorText(result);
+        return false;
+    }
+    OutputContextPtr output(rawOutput);
+    AVStream* videoOut = avformat_new_stream(rawOutput, nullptr);
+    AVStream* audioOut = avformat_new_stream(rawOutput, nullptr);
+    if (!videoOut || !audioOut || avcodec_parameters_copy(videoOut->codecpar, videoIn->codecpar) < 0 ||
+        avcodec_parameters_copy(audioOut->codecpar, audio.parameters.get()) < 0) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    videoOut->codecpar->codec_tag = 0;
+    videoOut->time_base = videoIn->time_base;
+    videoOut->avg_frame_rate = videoIn->avg_frame_rate;
+    audioOut->codecpar->codec_tag = 0;
+    const AVRational audioTimeBase{1, audio.sampleRate};
+    audioOut->time_base = audioTimeBase;
+
+    interrupt.installOn(rawOutput);
+    if ((result = avio_open2(&rawOutput->pb, outputBytes.constData(), AVIO_FLAG_WRITE,
+                             &rawOutput->interrupt_callback, nullptr)) < 0) {
+        *error = QStringLiteral("A fájl nem hozható létre: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "movflags", "+faststart", 0);
+    result = avformat_write_header(rawOutput, &options);
+    // What the muxer hands back holds the options it did not take.
+    const DictionaryPtr unused(options);
+    if (result >= 0 && av_dict_count(unused.get()) > 0)
+        result = AVERROR_OPTION_NOT_FOUND;
+    if (result < 0) {
+        *error = QStringLiteral("A fájl fejléce nem írható: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+
+    // Both streams are written in decoding-time order, so the muxer never has to hold more
+    // than a packet or two of either.
+    PacketPtr videoPacket(av_packet_alloc());
+    PacketPtr audioPacket(av_packet_alloc());
+    if (!videoPacket || !audioPacket) {
+        *error = ffmpegErrorText(AVERROR(ENOMEM));
+        return false;
+    }
+    auto readVideo = [&]() -> int {
+        while (true) {
+            const int read = av_read_frame(video->format.get(), videoPacket.get());
+            if (read < 0)
+                return read;
+            if (videoPacket->stream_index == video->streamIndex)
+                return 0;
+            av_packet_unref(videoPacket.get());
+        }
+    };
+    EncodedAudio::Reader audioReader;
+    if (!audioReader.open(audio, error))
+        return false;
+    int videoState = readVideo();
+    bool audioPending = audioReader.next(audioPacket.get(), error);
+    if (!error->isEmpty())
+        return false;
+    while (videoState >= 0 || audioPending) {
+        if (ticket && ticket->isCancelled()) {
+            *error = QStringLiteral("megszakítva");
+            return false;
+        }
+        bool takeVideo = videoState >= 0;
+        if (takeVideo && audioPending) {
+            const int64_t videoTime =
+                    videoPacket->dts != AV_NOPTS_VALUE ? videoPacket->dts : videoPacket->pts;
+            takeVideo = av_compare_ts(videoTime, videoIn->time_base, audioPacket->dts, audioTimeBase) <= 0;
+        }
+        if (takeVideo) {
+            if (!writePacket(rawOutput, videoPacket.get(), videoIn->time_base, videoOut, error))
+                return false;
+            videoState = readVideo();
+        } else {
+            if (!writePacket(rawOutput, audioPacket.get(), audioTimeBase, audioOut, error))
+                return false;
+            audioPending = audioReader.next(audioPacket.get(), error);
+            if (!error->isEmpty())
+                return false;
+        }
+    }
+    if (videoState != AVERROR_EOF) {
+        *error = QStringLiteral("A videó olvasása sikertelen: %1").arg(ffmpegErrorText(videoState));
+        return false;
+    }
+    if ((result = av_write_trailer(rawOutput)) < 0) {
+        *error = QStringLiteral("A fájl lezárása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    if ((result = avio_closep(&rawOutput->pb)) < 0) {
+        *error = QStringLiteral("A fájl lezárása sikertelen: %1").arg(ffmpegErrorText(result));
+        return false;
+    }
+    return true;
+}
