@@ -1,4 +1,4 @@
-#include "audio/AudioPipeline.h"
+#include "editor/AudioPipeline.h"
 
 #include "audio/AudioDecoder.h"
 #include "audio/AudioPlayer.h"
