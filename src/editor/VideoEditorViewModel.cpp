@@ -246,10 +246,12 @@ void VideoEditorViewModel::updateFillColor(const QColor& color)
     const QColor srgb = color.toRgb();
     m_frameManager->setDefaultFillColor(srgb);
     m_frameManager->setFillColorForAllFrames(srgb);
+    emit framesChanged();
 }
 
 void VideoEditorViewModel::announceChange()
 {
+    emit framesChanged();
     emit changed();
 }
 

@@ -142,8 +142,8 @@ public:
     // ---- Settings ----
     // Gives the colour to frames created later and recolours every existing frame.
     void updateFillColor(const QColor& color);
-    // Tells the observers that state changed without a property assignment, e.g. after
-    // frames were written.
+    // Tells the observers that frames were written without a property assignment:
+    // framesChanged(), then changed().
     void announceChange();
 
     // ---- Persistence hooks ----
@@ -344,6 +344,10 @@ public:
 
 signals:
     void changed();
+    // The frame store was written: pages, placements, colours, audio slices or page pictures
+    // of its frames, or the store grown or emptied. Emitted where the write happens and by
+    // nothing else, so a view may keep what it derives from the frames until it arrives.
+    void framesChanged();
     void autoSaveScheduled();
     void startSilenceDurationChanged();
     void endSilenceDurationChanged();

@@ -1,6 +1,5 @@
 #include "export/AudioMuxer.h"
 
-#include "editor/VideoEditorViewModel.h"
 #include "media/MovMuxer.h"
 #include "support/ExceptionText.h"
 #include "support/Log.h"
@@ -108,11 +107,4 @@ void muxAudioIntoVideo(const QString& videoPath, const QString& audioPath, MuxCo
         logLine(QStringLiteral("[Audio] Audio hozzáadva!"));
         completion(true, QString());
     });
-}
-
-void VideoEditorViewModel::addAudioToVideo(const QString& videoURL, const QString& audioURL,
-                                           std::function<void(bool)> completion)
-{
-    muxAudioIntoVideo(videoURL, audioURL,
-                      [completion = std::move(completion)](bool ok, const QString&) { completion(ok); });
 }

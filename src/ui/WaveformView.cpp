@@ -83,26 +83,10 @@ WaveformView::WaveformView(VideoEditorViewModel& viewModel, Dialogs& dialogs, QW
     column->addWidget(m_stack, 1);
     column->addWidget(m_loadingBar);
 
-    // Every setter emits its own signal and then changed(); frames written without a setter
-    // are announced by changed() alone. These settings never touch the frames, so the
-    // changed() that follows them keeps the page starts (a scrub moves the playhead and the
-    // selection on every pointer move).
-    for (auto keepsFrames :
-         {&VideoEditorViewModel::currentTimeChanged, &VideoEditorViewModel::selectedImageIndexChanged,
-          &VideoEditorViewModel::selectedImageIndicesChanged, &VideoEditorViewModel::isPlayingChanged,
-          &VideoEditorViewModel::showAudioSettingsChanged, &VideoEditorViewModel::volumeBoostChanged,
-          &VideoEditorViewModel::startSilenceDurationChanged,
-          &VideoEditorViewModel::endSilenceDurationChanged, &VideoEditorViewModel::transitionDurationChanged,
-          &VideoEditorViewModel::audioLoudnessDBChanged, &VideoEditorViewModel::loadingProgressChanged,
-          &VideoEditorViewModel::savingProgressChanged, &VideoEditorViewModel::savingProgressTextChanged,
-          &VideoEditorViewModel::isSavingProjectChanged, &VideoEditorViewModel::exportFPSChanged,
-          &VideoEditorViewModel::fillColorChanged})
-        connect(&m_viewModel, keepsFrames, this, [this] { m_framesUntouched = true; });
+    // The page starts are collected again only after frames were written; a scrub moves the
+    // playhead and the selection on every pointer move without touching them.
+    connect(&m_viewModel, &VideoEditorViewModel::framesChanged, this, [this] { m_boundaries.reset(); });
     connect(&m_viewModel, &VideoEditorViewModel::changed, this, [this] {
-        // While recording, pages are written on every tick whatever else is announced.
-        if (!m_framesUntouched || m_viewModel.isRecording())
-            m_boundaries.reset();
-        m_framesUntouched = false;
         refreshState();
         m_canvas->update();
     });

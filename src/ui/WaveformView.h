@@ -71,9 +71,8 @@ private:
     QProgressBar* m_loadingBar;
     QPointer<AudioSettingsSheet> m_sheet;
 
-    // Page starts, collected lazily after the frames may have changed: not on every pointer
-    // move of a scrub, which only moves the playhead and the selection.
+    // Page starts, collected lazily after the editor announced written frames: not on every
+    // pointer move of a scrub, which only moves the playhead and the selection.
     std::optional<std::vector<int64_t>> m_boundaries;
-    bool m_framesUntouched = false;
     int m_boundaryComputations = 0;
 };

@@ -338,3 +338,37 @@ TEST_F(LoadedWaveformTest, ClearingShowAudioSettingsClosesTheSheet)
     editor().setShowAudioSettings(false);
     EXPECT_TRUE(view.settingsSheet() == nullptr || !view.settingsSheet()->isVisible());
 }
+
+TEST_F(LoadedWaveformTest, PageStartsAreCollectedAgainAfterFramesChangedWhateverCameBefore)
+{
+    assignRun(editor(), 0, 299, 0);
+    assignRun(editor(), 300, 899, 1);
+    view.snapToPageBoundary(5.0);
+    ASSERT_EQ(view.boundaryComputations(), 1);
+
+    // Frames written, then a setting that never touches them, then the announcement of the
+    // frames: the order of the other signals does not matter.
+    for (int64_t i = 450; i <= 899; ++i)
+        editor().getFrameManager().getFrame(i)->assignedImageIndex = 2;
+    editor().setVolumeBoost(120.0);
+    emit editor().framesChanged();
+
+    EXPECT_DOUBLE_EQ(view.snapToPageBoundary(15.4), 15.0);
+    EXPECT_EQ(view.boundaryComputations(), 2);
+}
+
+TEST_F(LoadedWaveformTest, ChangesThatWriteNoFrameKeepTheCollectedPageStarts)
+{
+    assignRun(editor(), 0, 299, 0);
+    assignRun(editor(), 300, 899, 1);
+    view.snapToPageBoundary(5.0);
+    ASSERT_EQ(view.boundaryComputations(), 1);
+
+    editor().setDuration(30.0);
+    editor().setWaveformData(std::vector<float>(500, 0.25f));
+    editor().setIsLoadingAudio(false);
+    editor().setAudioURL(editor().audioURL());
+
+    EXPECT_DOUBLE_EQ(view.snapToPageBoundary(10.4), 10.0);
+    EXPECT_EQ(view.boundaryComputations(), 1);
+}

@@ -2,11 +2,11 @@
 // the waveform. Thin glue over the pure functions of this folder and the background
 // pipeline; every published change happens on the main thread.
 #include "audio/AudioDecoder.h"
-#include "audio/AudioPipeline.h"
 #include "audio/Loudness.h"
 #include "audio/LoudnessNormalisation.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
+#include "editor/AudioPipeline.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"

@@ -1,7 +1,7 @@
 // Rebuilding the recording after the silences or the boost changed: the same background
 // pipeline as loading, without measuring the loudness again, followed by copying the page
 // assignments by the change of the start silence so that they stay with the music.
-#include "audio/AudioPipeline.h"
+#include "editor/AudioPipeline.h"
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "support/CheckedConversions.h"

@@ -171,4 +171,5 @@ void VideoEditorViewModel::updateFrameManagerImages()
     for (const ImageItem& item : m_images)
         pictures.append(item.image());
     m_frameManager->setImages(std::move(pictures));
+    emit framesChanged();
 }

@@ -1,4 +1,4 @@
-#include "audio/AudioPipeline.h"
+#include "editor/AudioPipeline.h"
 
 #include "audio/AudioDecoder.h"
 #include "audio/AudioPlayer.h"
@@ -305,6 +305,7 @@ void publishRecording(const std::shared_ptr<RunState>& state, const AudioPipelin
 
     post(state, [state](VideoEditorViewModel& target) {
         target.getFrameManager().ensureFrameCount(state->duration, VideoEditorViewModel::FPS);
+        emit target.framesChanged();
         target.setLoadingProgress(0.7);
     });
 

@@ -193,6 +193,7 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setCurrentTime(0.0);
     setWaveformData({});
     m_frameManager->clear();
+    emit framesChanged();
     setSelectedImageIndices({});
 
     const ProjectSettings settings = projectSettings(*project);
@@ -333,6 +334,7 @@ void VideoEditorViewModel::newProject()
     setDuration(0.0);
     setWaveformData({});
     m_frameManager->clear();
+    emit framesChanged();
     setIsRecording(false);
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
