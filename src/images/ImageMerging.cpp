@@ -1,5 +1,6 @@
 #include "images/ImageMerging.h"
 
+#include "images/CompactPagePicture.h"
 #include "images/PagePointSize.h"
 
 #include <QPainter>
@@ -88,7 +89,7 @@ QImage mergeHorizontally(const std::vector<QImage>& images)
     }
     merged.setDevicePixelRatio(density);
     setPagePointSize(merged, size);
-    return merged;
+    return compactIfGrey(merged);
 }
 
 QImage mergeHorizontally(const QImage& left, const QImage& right)

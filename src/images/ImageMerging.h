@@ -16,8 +16,8 @@
 QSizeF mergedSizeInPoints(const std::vector<QImage>& images);
 
 // Draws the images left to right, each scaled to the tallest height, on white. Size in points
-// is mergedSizeInPoints(images). Returns a null image only when no picture of that size can be
-// allocated even at one pixel per point.
+// is mergedSizeInPoints(images); held in one byte per pixel when grey. Returns a null image only when no
+// picture of that size can be allocated even at one pixel per point.
 QImage mergeHorizontally(const std::vector<QImage>& images);
 QImage mergeHorizontally(const QImage& left, const QImage& right);
 

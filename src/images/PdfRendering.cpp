@@ -1,5 +1,6 @@
 #include "images/PdfRendering.h"
 
+#include "images/CompactPagePicture.h"
 #include "images/ImageMerging.h"
 #include "images/PagePointSize.h"
 
@@ -79,5 +80,5 @@ QImage renderPdfPage(QPdfDocument& document, int pageIndex, double density)
     result.setDevicePixelRatio(used);
     // The pixels are the size rounded to whole pixels; the page keeps its own.
     setPagePointSize(result, points);
-    return result;
+    return compactIfGrey(result);
 }
