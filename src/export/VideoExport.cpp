@@ -108,7 +108,8 @@ VideoExportResult runVideoExport(const VideoExportJob& job,
         logLine(QStringLiteral("[Export] Writer error after session: %1").arg(writer.errorText()));
 
     logLine(QStringLiteral("[Export] Frame loop kezdés, total: %1").arg(frameCount));
-    BoundedQueue<QueuedPicture> queue(3);
+    // A 4K picture is 12 MB: the render thread keeps only one ready ahead of the encoder.
+    BoundedQueue<QueuedPicture> queue(job.scale > 1 ? 1 : 3);
     std::atomic<bool> writerFailed = false;
     std::atomic<int64_t> rendered = 0;
     std::atomic<int64_t> reused = 0;
