@@ -15,7 +15,7 @@
 struct EditorTestAccess {
     static void setAudioPlayer(VideoEditorViewModel& editor, std::unique_ptr<AudioPlayer> player)
     {
-        editor.setAudioPlayer(std::move(player));
+        editor.m_playback.setPlayer(std::move(player));
     }
     static void setCurrentAssignmentIndex(VideoEditorViewModel& editor, int index)
     {
