@@ -19,12 +19,12 @@ struct EditorTestAccess {
     }
     static void setCurrentAssignmentIndex(VideoEditorViewModel& editor, int index)
     {
-        editor.setCurrentAssignmentIndex(index);
+        editor.m_pageTurns.turnTo(index, editor.m_pageTurns.placement());
     }
     static void setCurrentAssignmentPlacement(VideoEditorViewModel& editor,
                                               std::optional<Placement> placement)
     {
-        editor.setCurrentAssignmentPlacement(placement);
+        editor.m_pageTurns.turnTo(editor.m_pageTurns.page(), placement);
     }
     static void assignImage(VideoEditorViewModel& editor, const QImage& image, int64_t frame)
     {
