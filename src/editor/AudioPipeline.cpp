@@ -30,7 +30,7 @@ struct AudioPipelineAccess {
     }
     static void setAudioPlayer(VideoEditorViewModel& editor, std::unique_ptr<AudioPlayer> player)
     {
-        editor.setAudioPlayer(std::move(player));
+        editor.m_playback.setPlayer(std::move(player));
     }
     static void adoptRenderedAudio(VideoEditorViewModel& editor, std::shared_ptr<RenderedAudioFile> file)
     {

@@ -1,12 +1,10 @@
 // The playback clock of the editor: time-to-frame mapping, play, pause, stop, seek and the
-// 50 ms tick. Main thread only; the editor owns the timer and the player.
+// 50 ms tick. Main thread only; the player and the timer are held by the editor's PlaybackClock.
 #include "editor/VideoEditorViewModel.h"
 
-#include "audio/AudioPlayer.h"
 #include "editor/Frames.h"
 #include "support/CheckedConversions.h"
 
-#include <QTimer>
 #include <algorithm>
 
 namespace {
@@ -34,32 +32,20 @@ int64_t VideoEditorViewModel::totalFrameCount() const
 
 void VideoEditorViewModel::play()
 {
-    if (!m_audioPlayer)
-        return;
     // A play after a pause resumes and keeps the old start; any other play is a fresh start
     // that stop() will return to.
-    if (!m_isPlaying && !m_wasPaused)
-        m_lastStartPlayPosition = m_currentTime;
-    m_wasPaused = false;
-    m_audioPlayer->setCurrentTime(m_currentTime);
-    m_audioPlayer->play();
+    if (!m_playback.play(m_currentTime, m_isPlaying))
+        return;
     setIsPlaying(true);
-
-    // A timer left from an earlier play is destroyed (and so stopped) by the replacement;
-    // the transport never calls play() while playing.
-    auto timer = std::make_unique<QTimer>();
-    timer->setInterval(kPlaybackTickMs);
-    timer->setSingleShot(false);
-    // The connection is bound to the editor: once the editor is gone no tick runs.
-    connect(timer.get(), &QTimer::timeout, this, &VideoEditorViewModel::playbackTick);
-    timer->start();
-    m_playbackTimer = std::move(timer);
+    // A timer left from an earlier play is replaced; the transport never calls play() while
+    // playing. The ticks are bound to the editor: once the editor is gone no tick runs.
+    m_playback.startTicking(kPlaybackTickMs, this, [this] { playbackTick(); });
 }
 
 void VideoEditorViewModel::playbackTick()
 {
-    if (m_audioPlayer)
-        setCurrentTime(m_audioPlayer->currentTime());
+    if (const std::optional<double> time = m_playback.playerTime())
+        setCurrentTime(*time);
     if (m_isRecording)
         updateAssignmentForCurrentTime();
     updateSelectedImageForCurrentTime();
@@ -70,14 +56,8 @@ void VideoEditorViewModel::playbackTick()
 
 void VideoEditorViewModel::pause()
 {
-    if (m_audioPlayer)
-        m_audioPlayer->pause();
+    m_playback.pause();
     setIsPlaying(false);
-    m_wasPaused = true;
-    if (m_playbackTimer) {
-        m_playbackTimer->stop();
-        m_playbackTimer.reset();
-    }
 }
 
 void VideoEditorViewModel::stop()
@@ -87,10 +67,10 @@ void VideoEditorViewModel::stop()
         scheduleAutoSave();
     }
     pause();
-    m_wasPaused = false;
+    m_playback.clearPause();
     // Back to where the last fresh play began, not to 0. Recording is already off, so this
     // seek paints nothing.
-    seekTo(m_lastStartPlayPosition);
+    seekTo(m_playback.lastStartPlayPosition());
 }
 
 void VideoEditorViewModel::togglePlayback()
@@ -105,24 +85,22 @@ void VideoEditorViewModel::seekTo(double time)
 {
     const int64_t oldFrame = frameIndexForTime(m_currentTime);
     setCurrentTime(std::max(0.0, std::min(time, m_duration)));
-    if (m_audioPlayer)
-        m_audioPlayer->setCurrentTime(m_currentTime);
+    m_playback.movePlayerTo(m_currentTime);
     const int64_t newFrame = frameIndexForTime(m_currentTime);
 
     if (!m_isPlaying) {
         // A seek while stopped or paused makes the next play a fresh start from here.
-        m_lastStartPlayPosition = m_currentTime;
-        m_wasPaused = false;
+        m_playback.restartFrom(m_currentTime);
     }
 
-    if (m_isRecording && m_currentAssignmentIndex >= 0 &&
-        static_cast<size_t>(m_currentAssignmentIndex) < m_images.size()) {
+    if (m_isRecording && m_pageTurns.page() >= 0 &&
+        static_cast<size_t>(m_pageTurns.page()) < m_images.size()) {
         // A seek while recording paints the current page over the whole stretch it crossed,
         // in either direction, and the sweep continues from the new position.
-        const QImage image = m_images[static_cast<size_t>(m_currentAssignmentIndex)].image();
+        const QImage image = m_images[static_cast<size_t>(m_pageTurns.page())].image();
         for (int64_t frame = std::min(oldFrame, newFrame); frame <= std::max(oldFrame, newFrame); ++frame)
             assignImage(image, frame);
-        m_lastAssignedFrameIndex = newFrame;
+        m_pageTurns.continueFrom(newFrame);
         announceChange();
     }
 

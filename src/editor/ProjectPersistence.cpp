@@ -188,7 +188,7 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setAudioURL(std::nullopt);
     adoptRenderedAudio(nullptr);
     setOriginalAudioURL(std::nullopt);
-    m_audioPlayer.reset();
+    m_playback.setPlayer(nullptr);
     setDuration(0.0);
     setCurrentTime(0.0);
     setWaveformData({});
@@ -329,7 +329,7 @@ void VideoEditorViewModel::newProject()
     adoptRenderedAudio(nullptr);
     // The user's file goes too, so that applying new silences cannot bring it back.
     setOriginalAudioURL(std::nullopt);
-    m_audioPlayer.reset();
+    m_playback.setPlayer(nullptr);
     setCurrentTime(0.0);
     setDuration(0.0);
     setWaveformData({});

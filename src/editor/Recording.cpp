@@ -19,21 +19,20 @@ void VideoEditorViewModel::assignImage(const QImage& image, int64_t frame)
     const auto record = m_frameManager->getFrame(frame);
     if (!record)
         return;
-    const Placement placement =
-            m_currentAssignmentPlacement ? *m_currentAssignmentPlacement : computePlacement(image);
+    const std::optional<Placement>& recorded = m_pageTurns.placement();
+    const Placement placement = recorded ? *recorded : computePlacement(image);
     record->bgImage = image;
     record->bgImageX = placement.x;
     record->bgImageY = placement.y;
     record->bgImageWidth = placement.width;
     record->bgImageHeight = placement.height;
     // The page index written is the page being recorded, whatever image was passed.
-    record->assignedImageIndex = m_currentAssignmentIndex;
+    record->assignedImageIndex = m_pageTurns.page();
 }
 
 void VideoEditorViewModel::assignImagePublic(const QImage& image, int64_t frame, int imageIndex)
 {
-    m_currentAssignmentIndex = imageIndex;
-    m_currentAssignmentPlacement = computePlacement(image);
+    m_pageTurns.turnTo(imageIndex, computePlacement(image));
     assignImage(image, frame);
     announceChange();
 }
@@ -58,16 +57,14 @@ void VideoEditorViewModel::startRecording()
         return;
     // Recording starts with the page selected in the sidebar, or with the first page when
     // none (or one that no longer exists) is selected.
-    if (m_selectedImageIndex && isPageIndex(*m_selectedImageIndex, m_images)) {
-        m_currentAssignmentIndex = *m_selectedImageIndex;
-    } else {
+    int page = 0;
+    if (m_selectedImageIndex && isPageIndex(*m_selectedImageIndex, m_images))
+        page = *m_selectedImageIndex;
+    else
         setSelectedImageIndex(0);
-        m_currentAssignmentIndex = 0;
-    }
-    m_currentAssignmentPlacement =
-            computePlacement(m_images[static_cast<size_t>(m_currentAssignmentIndex)].image());
     // Nothing is written now: the first tick fills from the current frame on.
-    m_lastAssignedFrameIndex = frameIndexForTime(m_currentTime) - 1;
+    m_pageTurns.begin(page, computePlacement(m_images[static_cast<size_t>(page)].image()),
+                      frameIndexForTime(m_currentTime));
     setIsRecording(true);
     play();
 }
@@ -88,17 +85,16 @@ void VideoEditorViewModel::updateAssignmentForCurrentTime()
     // The page being recorded always exists while the page list is left alone; should the
     // list have shrunk under a running recording, nothing is written rather than a missing
     // page.
-    if (!isPageIndex(m_currentAssignmentIndex, m_images))
+    if (!isPageIndex(m_pageTurns.page(), m_images))
         return;
-    if (m_lastAssignedFrameIndex < current) {
+    if (const auto span = m_pageTurns.sweepTo(current)) {
         // Every frame passed since the last tick is filled, however late the tick came.
-        const QImage image = m_images[static_cast<size_t>(m_currentAssignmentIndex)].image();
-        for (int64_t frame = m_lastAssignedFrameIndex + 1; frame <= current; ++frame)
+        const QImage image = m_images[static_cast<size_t>(m_pageTurns.page())].image();
+        for (int64_t frame = span->first; frame <= span->last; ++frame)
             assignImage(image, frame);
-        m_lastAssignedFrameIndex = current;
         announceChange();
     }
-    setSelectedImageIndex(m_currentAssignmentIndex);
+    setSelectedImageIndex(m_pageTurns.page());
 }
 
 void VideoEditorViewModel::updateSelectedImageForCurrentTime()
@@ -111,28 +107,17 @@ void VideoEditorViewModel::updateSelectedImageForCurrentTime()
         setSelectedImageIndex(record->assignedImageIndex);
 }
 
-namespace {
-
-// The page a press moves to: one step from the current page, kept inside the page list.
-int steppedPage(int current, int step, size_t pageCount)
-{
-    const int last = static_cast<int>(pageCount) - 1;
-    return std::clamp(current + step, 0, last);
-}
-
-} // namespace
-
 void VideoEditorViewModel::nextPageDuringRecording()
 {
     if (!m_isRecording || m_images.empty())
         return;
-    const int page = steppedPage(m_currentAssignmentIndex, +1, m_images.size());
-    if (page == m_currentAssignmentIndex)
+    // One page on, kept inside the page list.
+    const std::optional<int> page = m_pageTurns.pageAfterStep(+1, m_images.size());
+    if (!page)
         return;
-    m_currentAssignmentIndex = page;
+    const QImage image = m_images[static_cast<size_t>(*page)].image();
+    m_pageTurns.turnTo(*page, computePlacement(image));
     setSelectedImageIndex(page);
-    const QImage image = m_images[static_cast<size_t>(page)].image();
-    m_currentAssignmentPlacement = computePlacement(image);
     // The frame under the playhead shows the new page at once; the sweep continues with it
     // from the frame after the last one it wrote.
     assignImage(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)));
@@ -143,22 +128,21 @@ void VideoEditorViewModel::previousPageDuringRecording()
 {
     if (!m_isRecording || m_images.empty())
         return;
-    const int page = steppedPage(m_currentAssignmentIndex, -1, m_images.size());
-    if (page == m_currentAssignmentIndex)
+    const std::optional<int> page = m_pageTurns.pageAfterStep(-1, m_images.size());
+    if (!page)
         return;
-    m_currentAssignmentIndex = page;
+    const QImage image = m_images[static_cast<size_t>(*page)].image();
+    m_pageTurns.turnTo(*page, computePlacement(image));
     setSelectedImageIndex(page);
-    const QImage image = m_images[static_cast<size_t>(page)].image();
-    m_currentAssignmentPlacement = computePlacement(image);
     assignImage(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)));
     announceChange();
 }
 
 std::optional<QUuid> VideoEditorViewModel::recordedPageId() const
 {
-    if (!m_isRecording || !isPageIndex(m_currentAssignmentIndex, m_images))
+    if (!m_isRecording || !isPageIndex(m_pageTurns.page(), m_images))
         return std::nullopt;
-    return m_images[static_cast<size_t>(m_currentAssignmentIndex)].id();
+    return m_images[static_cast<size_t>(m_pageTurns.page())].id();
 }
 
 void VideoEditorViewModel::followRecordedPage(const std::optional<QUuid>& recordedPage)
@@ -171,8 +155,8 @@ void VideoEditorViewModel::followRecordedPage(const std::optional<QUuid>& record
         return;
     // Rather than go on recording a page that is no longer there (and write nothing), the
     // recording takes the page that moved into its place.
-    if (isPageIndex(m_currentAssignmentIndex, m_images))
-        switchRecordingToPage(m_currentAssignmentIndex);
+    if (isPageIndex(m_pageTurns.page(), m_images))
+        switchRecordingToPage(m_pageTurns.page());
     else
         stopRecording();
 }
@@ -182,8 +166,7 @@ void VideoEditorViewModel::switchRecordingToPage(int index)
     if (!m_isRecording || !isPageIndex(index, m_images))
         return;
     setSelectedImageIndex(index);
-    m_currentAssignmentIndex = index;
-    m_currentAssignmentPlacement.reset();
+    m_pageTurns.turnTo(index, std::nullopt);
     const QImage image = m_images[static_cast<size_t>(index)].image();
     assignImagePublic(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)), index);
 }

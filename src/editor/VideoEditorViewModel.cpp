@@ -235,11 +235,6 @@ void VideoEditorViewModel::setVideoFormat(VideoFormat value)
 
 #undef VORNIK_PUBLISH
 
-void VideoEditorViewModel::setAudioPlayer(std::unique_ptr<AudioPlayer> player)
-{
-    m_audioPlayer = std::move(player);
-}
-
 void VideoEditorViewModel::updateFillColor(const QColor& color)
 {
     // Colours are kept in sRGB throughout; a colour given in another spec is converted.

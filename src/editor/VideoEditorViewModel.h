@@ -3,16 +3,22 @@
 // thread; background work hands its results back through queued calls. Owns the page list,
 // the frame store, the audio player and the timers.
 //
-// Each published property has a getter, a setter that always emits `<name>Changed()` and
-// then `changed()`, and the signal. Member functions are defined in the folder of the
-// subsystem they belong to, one file per concern.
+// A facade: state with its own rules lives in parts the editor owns by value (PlaybackClock
+// for the player, the tick timer and where a fresh play began; PageTurnRecorder for the page
+// being recorded and how far its sweep has written), none of them a QObject or
+// aware of the editor. The editor's members, defined in the files of src/editor/ one per
+// concern, delegate to those parts and to the subsystems' free functions, then emit the
+// signals. Each published property has a getter, a setter that always emits
+// `<name>Changed()` and then `changed()`, and the signal.
 #pragma once
 
 #include "editor/EditorEnvironment.h"
 #include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/ImageItem.h"
+#include "editor/PageTurnRecorder.h"
 #include "editor/Placement.h"
+#include "editor/PlaybackClock.h"
 #include "editor/VideoFormat.h"
 #include "support/JobToken.h"
 
@@ -117,18 +123,15 @@ public:
     // Read-only from outside: only the editor's own operations move these.
     double previousStartSilence() const { return m_previousStartSilence; }
     double previousEndSilence() const { return m_previousEndSilence; }
-    AudioPlayer* audioPlayer() const { return m_audioPlayer.get(); }
+    AudioPlayer* audioPlayer() const { return m_playback.player(); }
     const std::optional<QString>& originalAudioURL() const { return m_originalAudioURL; }
-    int64_t lastAssignedFrameIndex() const { return m_lastAssignedFrameIndex; }
-    int currentAssignmentIndex() const { return m_currentAssignmentIndex; }
-    double lastStartPlayPosition() const { return m_lastStartPlayPosition; }
-    bool wasPaused() const { return m_wasPaused; }
-    const std::optional<Placement>& currentAssignmentPlacement() const
-    {
-        return m_currentAssignmentPlacement;
-    }
+    int64_t lastAssignedFrameIndex() const { return m_pageTurns.lastAssignedFrame(); }
+    int currentAssignmentIndex() const { return m_pageTurns.page(); }
+    double lastStartPlayPosition() const { return m_playback.lastStartPlayPosition(); }
+    bool wasPaused() const { return m_playback.wasPaused(); }
+    const std::optional<Placement>& currentAssignmentPlacement() const { return m_pageTurns.placement(); }
     const std::array<QColor, kPageColorCount>& pageColors() const { return m_pageColors; }
-    QTimer* playbackTimer() const { return m_playbackTimer.get(); }
+    QTimer* playbackTimer() const { return m_playback.timer(); }
     QTimer* autoSaveTimer() const { return m_autoSaveTimer.get(); }
 
     // ---- Derived values ----
@@ -396,16 +399,7 @@ private:
     // ---- Internal state (no change signal) ----
     void setPreviousStartSilence(double seconds) { m_previousStartSilence = seconds; }
     void setPreviousEndSilence(double seconds) { m_previousEndSilence = seconds; }
-    void setAudioPlayer(std::unique_ptr<AudioPlayer> player);
     void setOriginalAudioURL(std::optional<QString> path) { m_originalAudioURL = std::move(path); }
-    void setLastAssignedFrameIndex(int64_t index) { m_lastAssignedFrameIndex = index; }
-    void setCurrentAssignmentIndex(int index) { m_currentAssignmentIndex = index; }
-    void setLastStartPlayPosition(double seconds) { m_lastStartPlayPosition = seconds; }
-    void setWasPaused(bool paused) { m_wasPaused = paused; }
-    void setCurrentAssignmentPlacement(std::optional<Placement> placement)
-    {
-        m_currentAssignmentPlacement = placement;
-    }
 
     // ---- Audio (private) ----
     // The RMS level of a file in dB (-100.0 for silence); none when it cannot be read.
@@ -535,16 +529,13 @@ private:
     QColor m_fillColor = Qt::white;
     FillColorComponents m_fillColorComponents;
     VideoFormat m_videoFormat = VideoFormat::landscape;
-    std::unique_ptr<AudioPlayer> m_audioPlayer;
-    std::unique_ptr<QTimer> m_playbackTimer;
     std::unique_ptr<QTimer> m_autoSaveTimer;
     std::optional<QString> m_originalAudioURL;
-    int64_t m_lastAssignedFrameIndex = -1;
-    int m_currentAssignmentIndex = 0;
-    double m_lastStartPlayPosition = 0.0;
-    bool m_wasPaused = false;
-    std::optional<Placement> m_currentAssignmentPlacement;
     std::array<QColor, kPageColorCount> m_pageColors;
+    // The player, the playback timer and where the last fresh play began.
+    PlaybackClock m_playback;
+    // The page being recorded, its placement and how far the recording sweep has written.
+    PageTurnRecorder m_pageTurns;
     // Held through a pointer so that this header needs only the name of the frame store.
     std::unique_ptr<Frames> m_frameManager;
 };

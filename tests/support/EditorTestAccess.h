@@ -15,16 +15,16 @@
 struct EditorTestAccess {
     static void setAudioPlayer(VideoEditorViewModel& editor, std::unique_ptr<AudioPlayer> player)
     {
-        editor.setAudioPlayer(std::move(player));
+        editor.m_playback.setPlayer(std::move(player));
     }
     static void setCurrentAssignmentIndex(VideoEditorViewModel& editor, int index)
     {
-        editor.setCurrentAssignmentIndex(index);
+        editor.m_pageTurns.turnTo(index, editor.m_pageTurns.placement());
     }
     static void setCurrentAssignmentPlacement(VideoEditorViewModel& editor,
                                               std::optional<Placement> placement)
     {
-        editor.setCurrentAssignmentPlacement(placement);
+        editor.m_pageTurns.turnTo(editor.m_pageTurns.page(), placement);
     }
     static void assignImage(VideoEditorViewModel& editor, const QImage& image, int64_t frame)
     {
