@@ -23,6 +23,7 @@
 #include "media/PictureConverter.h"
 #include "render/FrameSnapshot.h"
 #include "render/Placement.h"
+#include "support/LargeAllocations.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"
 #include "tests/support/PdfFixtures.h"
@@ -302,6 +303,8 @@ int memoryRun(int64_t frames, int turns, bool withAudio, bool uhd, int pdfPages)
 
 int main(int argc, char* argv[])
 {
+    // As the program does, so that the memory figures are the program's.
+    returnLargeBlocksToTheSystem();
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);

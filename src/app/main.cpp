@@ -8,6 +8,7 @@
 #include "app/TestHooks.h"
 #include "audio/DefaultAudioPlayerFactory.h"
 #include "media/FfmpegLogging.h"
+#include "support/LargeAllocations.h"
 #include "ui/ContentView.h"
 #include "ui/DarkTheme.h"
 #include "ui/MainWindow.h"
@@ -94,6 +95,8 @@ int main(int argc, char* argv[])
 {
     // A file-size limit or a full disk must end in an error message, not kill the program.
     std::signal(SIGXFSZ, SIG_IGN);
+    // Freed pictures and encoder planes go back to the system instead of staying with us.
+    returnLargeBlocksToTheSystem();
 
     QStringList arguments;
     for (int i = 1; i < argc; ++i)

@@ -329,26 +329,15 @@ bool Session::run(QString* error, const std::atomic<bool>* cancelled)
             *error = QStringLiteral("megszakítva");
             return false;
         }
-        const int read = av_read_frame(m_input.format.get(), m_packet.get());
-        if (read == AVERROR_EOF)
+        const int decoded = decodeNextPacket(m_input.format.get(), m_streamIndex, m_decoder.get(),
+                                             m_packet.get(), m_decoded.get(), frameTaker(error));
+        if (decoded == AVERROR_EOF)
             break;
-        if (read < 0) {
-            *error = ffmpegErrorText(read);
+        if (decoded < 0) {
+            if (decoded != kStoppedBySink)
+                *error = ffmpegErrorText(decoded);
             return false;
         }
-        bool ok = true;
-        if (m_packet->stream_index == m_streamIndex) {
-            const int sent = sendPacket(m_decoder.get(), m_packet.get(), m_decoded.get(), frameTaker(error));
-            if (sent == kStoppedBySink) {
-                ok = false;
-            } else if (sent < 0 && sent != AVERROR_INVALIDDATA) {
-                *error = ffmpegErrorText(sent);
-                ok = false;
-            }
-        }
-        av_packet_unref(m_packet.get());
-        if (!ok || !decodeAvailable(error))
-            return false;
     }
     const int flushed = sendPacket(m_decoder.get(), nullptr, m_decoded.get(), frameTaker(error));
     if (flushed == kStoppedBySink || (flushed >= 0 && !decodeAvailable(error)))

@@ -258,27 +258,15 @@ bool Session::decodeAll(QString* error)
             *error = QStringLiteral("megszakítva");
             return false;
         }
-        const int read = av_read_frame(m_format, packet.get());
-        if (read == AVERROR_EOF)
+        const int decoded = decodeNextPacket(m_format, m_streamIndex, m_codec.get(), packet.get(),
+                                             m_frame.get(), frameTaker(error));
+        if (decoded == AVERROR_EOF)
             break;
-        if (read < 0) {
-            *error = ffmpegError(read);
+        if (decoded < 0) {
+            if (decoded != kStoppedBySink)
+                *error = ffmpegError(decoded);
             ok = false;
-            break;
         }
-        if (packet->stream_index == m_streamIndex) {
-            const int sent = sendPacket(m_codec.get(), packet.get(), m_frame.get(), frameTaker(error));
-            // A damaged packet is skipped the way players skip it; the stream goes on.
-            if (sent == kStoppedBySink) {
-                ok = false;
-            } else if (sent < 0 && sent != AVERROR_INVALIDDATA) {
-                *error = ffmpegError(sent);
-                ok = false;
-            }
-        }
-        av_packet_unref(packet.get());
-        if (ok)
-            ok = receiveFrames(error);
     }
     // Flush the decoder with an empty packet so its last frames come out.
     QString flushError;

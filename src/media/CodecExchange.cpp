@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 }
 
 int receivePackets(AVCodecContext* encoder, AVPacket* scratch, const PacketSink& take)
@@ -60,4 +61,21 @@ int sendPacket(AVCodecContext* decoder, const AVPacket* packet, AVFrame* scratch
     if (const int received = receiveFrames(decoder, scratch, take); received < 0)
         return received;
     return avcodec_send_packet(decoder, packet);
+}
+
+int decodeNextPacket(AVFormatContext* input, int streamIndex, AVCodecContext* decoder, AVPacket* packet,
+                     AVFrame* scratch, const FrameSink& take)
+{
+    if (const int read = av_read_frame(input, packet); read < 0)
+        return read;
+    int result = 0;
+    if (packet->stream_index == streamIndex) {
+        result = sendPacket(decoder, packet, scratch, take);
+        if (result == AVERROR_INVALIDDATA)
+            result = 0;
+    }
+    av_packet_unref(packet);
+    if (result < 0)
+        return result;
+    return receiveFrames(decoder, scratch, take);
 }

@@ -7,6 +7,7 @@
 #include <functional>
 
 struct AVCodecContext;
+struct AVFormatContext;
 struct AVFrame;
 struct AVPacket;
 
@@ -33,3 +34,10 @@ int receiveFrames(AVCodecContext* decoder, AVFrame* scratch, const FrameSink& ta
 // EAGAIN, as sendFrame does. Before a flush its frames are taken in any case: the decoder
 // would drop a packet it still holds.
 int sendPacket(AVCodecContext* decoder, const AVPacket* packet, AVFrame* scratch, const FrameSink& take);
+
+// Reads the next packet of `input`. One of stream `streamIndex` goes to `decoder`, and the
+// frames ready after it to `take`; a damaged packet is skipped the way players skip it, and
+// the stream goes on. Returns 0 when a packet was read, AVERROR_EOF at the end of the input,
+// else the reading's, the decoder's or the sink's negative code.
+int decodeNextPacket(AVFormatContext* input, int streamIndex, AVCodecContext* decoder, AVPacket* packet,
+                     AVFrame* scratch, const FrameSink& take);

@@ -11,14 +11,17 @@ const QImage& ScaledPageCache::scaled(const QImage& page, QSize size)
     }
     // A page drawn afresh from its source is as sharp as the rectangle allows; the held
     // picture, made for the 1920-pixel canvas, would only be enlarged.
-    const QImage drawn = m_rasteriser ? m_rasteriser(page, size) : QImage();
-    const QImage& source = drawn.isNull() ? page : drawn;
+    QImage drawn = m_rasteriser ? m_rasteriser(page, size) : QImage();
+    // The drawn picture is handed on, not shared: changing the pixel ratio of a shared picture
+    // would copy all of it (33 MB for a page at 4K).
+    QImage image = drawn.isNull() ? page.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                                  : std::move(drawn).convertToFormat(QImage::Format_ARGB32_Premultiplied);
     // Qt's smooth scaling averages the covered source pixels when shrinking and interpolates
     // bilinearly when enlarging, so staff lines neither vanish nor turn jagged.
-    QImage image = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     if (image.size() != size)
         image = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    image.setDevicePixelRatio(1.0);
+    if (image.devicePixelRatio() != 1.0)
+        image.setDevicePixelRatio(1.0);
     ++m_scalings;
     m_entries.push_front(Entry{key, size, std::move(image)});
     while (static_cast<int>(m_entries.size()) > m_capacity)

@@ -1,8 +1,12 @@
 #include "media/CodecExchange.h"
 
 #include "media/FfmpegHandles.h"
+#include "media/MediaInput.h"
+#include "tests/support/AudioFixtures.h"
 
 #include <gtest/gtest.h>
+
+#include <QTemporaryDir>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -58,6 +62,25 @@ FramePtr pcmFrame(int64_t pts)
     std::memset(frame->data[0], 0x22, kSamplesPerPacket * 2);
     frame->pts = pts;
     return frame;
+}
+
+// A WAV recording of `samples` samples, opened with its decoder.
+struct OpenedRecording {
+    QTemporaryDir dir;
+    MediaInput input;
+    CodecContextPtr decoder;
+};
+
+bool openRecording(OpenedRecording& recording, int samples)
+{
+    const QString path = fixtures::writeWav(recording.dir.filePath(QStringLiteral("tone.wav")),
+                                            fixtures::sineTone(8000, 1, samples));
+    if (openMediaInput(recording.input, path, AVMEDIA_TYPE_AUDIO, StreamDecoder::needed) < 0)
+        return false;
+    recording.decoder.reset(avcodec_alloc_context3(recording.input.decoder));
+    return recording.decoder &&
+           avcodec_parameters_to_context(recording.decoder.get(), recording.input.stream()->codecpar) >= 0 &&
+           avcodec_open2(recording.decoder.get(), recording.input.decoder, nullptr) >= 0;
 }
 
 } // namespace
@@ -122,4 +145,57 @@ TEST(CodecExchange, ASinkThatFailsStopsTheExchangeWithItsCode)
     ASSERT_EQ(avcodec_send_packet(decoder.get(), packet.get()), 0);
     const FrameSink refuse = [](AVFrame*) { return AVERROR(ENOSPC); };
     EXPECT_EQ(receiveFrames(decoder.get(), scratch.get(), refuse), AVERROR(ENOSPC));
+}
+
+TEST(CodecExchange, DecodingPacketByPacketGivesEveryFrameOfTheStreamThenTheEnd)
+{
+    OpenedRecording recording;
+    ASSERT_TRUE(openRecording(recording, 8000));
+    PacketPtr packet(av_packet_alloc());
+    FramePtr scratch(av_frame_alloc());
+    int samples = 0;
+    const FrameSink take = [&](AVFrame* frame) {
+        samples += frame->nb_samples;
+        return 0;
+    };
+    int packets = 0;
+    int result = 0;
+    while ((result = decodeNextPacket(recording.input.format.get(), recording.input.streamIndex,
+                                      recording.decoder.get(), packet.get(), scratch.get(), take)) == 0)
+        ++packets;
+    EXPECT_EQ(result, AVERROR_EOF);
+    EXPECT_GT(packets, 1);
+    EXPECT_EQ(samples, 8000);
+    EXPECT_EQ(packet->size, 0); // every packet was released
+}
+
+TEST(CodecExchange, PacketsOfAnotherStreamAreReadButNotDecoded)
+{
+    OpenedRecording recording;
+    ASSERT_TRUE(openRecording(recording, 4000));
+    PacketPtr packet(av_packet_alloc());
+    FramePtr scratch(av_frame_alloc());
+    int frames = 0;
+    const FrameSink take = [&](AVFrame*) {
+        ++frames;
+        return 0;
+    };
+    int packets = 0;
+    while (decodeNextPacket(recording.input.format.get(), recording.input.streamIndex + 1,
+                            recording.decoder.get(), packet.get(), scratch.get(), take) == 0)
+        ++packets;
+    EXPECT_GT(packets, 0);
+    EXPECT_EQ(frames, 0);
+}
+
+TEST(CodecExchange, ASinkThatStopsEndsTheReadingWithItsCode)
+{
+    OpenedRecording recording;
+    ASSERT_TRUE(openRecording(recording, 8000));
+    PacketPtr packet(av_packet_alloc());
+    FramePtr scratch(av_frame_alloc());
+    const FrameSink refuse = [](AVFrame*) { return kStoppedBySink; };
+    EXPECT_EQ(decodeNextPacket(recording.input.format.get(), recording.input.streamIndex,
+                               recording.decoder.get(), packet.get(), scratch.get(), refuse),
+              kStoppedBySink);
 }
