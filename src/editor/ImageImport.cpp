@@ -2,6 +2,7 @@
 // the main thread, synchronously, the PDF question included; the decoding and rendering are
 // the free functions of images/.
 #include "editor/VideoEditorViewModel.h"
+#include "images/CompactPagePicture.h"
 #include "images/ImageLoading.h"
 #include "images/ImageMerging.h"
 #include "images/PageListRules.h"
@@ -126,5 +127,5 @@ void VideoEditorViewModel::addPDFPaired(QPdfDocument& document, const QString& u
 
 QImage VideoEditorViewModel::renderPDFPage(QPdfDocument& document, int pageIndex)
 {
-    return renderPdfPage(document, pageIndex);
+    return compactIfGrey(renderPdfPage(document, pageIndex));
 }

@@ -4,6 +4,7 @@
 // index afterwards names a different entry or none.
 #include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "images/CompactPagePicture.h"
 #include "images/ImageMerging.h"
 #include "images/PageListRules.h"
 #include "support/Log.h"
@@ -161,7 +162,7 @@ void VideoEditorViewModel::moveImageDuringDrag(const QUuid& dragged, const QUuid
 
 QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
 {
-    return mergeHorizontally(left, right);
+    return compactIfGrey(mergeHorizontally(left, right));
 }
 
 void VideoEditorViewModel::updateFrameManagerImages()

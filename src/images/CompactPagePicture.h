@@ -3,8 +3,10 @@
 // A printed score is black on white: its rendered PDF pages hold only grey pixels, yet a
 // premultiplied ARGB picture spends four bytes on each. The page list keeps every page for the
 // whole session (an A4 page at two pixels per point is 8 MB in ARGB), so a grey page is held as
-// Grayscale8 instead, a quarter of that. The conversion is exact both ways: every consumer that
-// draws or scales a page converts it back to premultiplied ARGB and gets the same pixels.
+// Grayscale8 instead, a quarter of that: pages are compacted where they enter the list (PDF
+// import, merging, project loading); the export's own renderings stay in ARGB. The conversion is exact both
+// ways: every consumer that draws or scales a page converts it back to premultiplied ARGB and gets the same
+// pixels.
 #pragma once
 
 #include <QImage>

@@ -1,6 +1,5 @@
 #include "images/ImageMerging.h"
 
-#include "images/CompactPagePicture.h"
 #include "images/PagePointSize.h"
 
 #include <QPainter>
@@ -89,7 +88,7 @@ QImage mergeHorizontally(const std::vector<QImage>& images)
     }
     merged.setDevicePixelRatio(density);
     setPagePointSize(merged, size);
-    return compactIfGrey(merged);
+    return merged;
 }
 
 QImage mergeHorizontally(const QImage& left, const QImage& right)

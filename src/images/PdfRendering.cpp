@@ -1,6 +1,5 @@
 #include "images/PdfRendering.h"
 
-#include "images/CompactPagePicture.h"
 #include "images/ImageMerging.h"
 #include "images/PagePointSize.h"
 
@@ -80,5 +79,5 @@ QImage renderPdfPage(QPdfDocument& document, int pageIndex, double density)
     result.setDevicePixelRatio(used);
     // The pixels are the size rounded to whole pixels; the page keeps its own.
     setPagePointSize(result, points);
-    return compactIfGrey(result);
+    return result;
 }

@@ -39,6 +39,7 @@ QSizeF pdfPageSizeInPoints(const QPdfDocument& document, int pageIndex);
 
 // The page rendered at `density` pixels per point, two for the page list (less only for a page
 // too large to hold in memory at that density), composited on white so that transparent areas
-// come out white, with the matching devicePixelRatio; held in one byte per pixel when it is
-// grey (see CompactPagePicture.h). A null image when the page cannot be supplied or rendered.
+// come out white, with the matching devicePixelRatio, in premultiplied ARGB: the page list
+// compacts it (see CompactPagePicture.h), the export draws from it as it is. A null image when
+// the page cannot be supplied or rendered.
 QImage renderPdfPage(QPdfDocument& document, int pageIndex, double density = kPdfPageDensity);

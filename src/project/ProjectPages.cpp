@@ -1,5 +1,6 @@
 #include "project/ProjectPages.h"
 
+#include "images/CompactPagePicture.h"
 #include "images/ImageLoading.h"
 #include "images/ImageMerging.h"
 #include "images/PdfRendering.h"
@@ -42,7 +43,7 @@ QImage pdfPicture(QPdfDocument& document, const ImagePathInfo& info)
     if (left < 0)
         return {};
     if (!info.pairedPageNumber)
-        return renderPdfPage(document, left);
+        return compactIfGrey(renderPdfPage(document, left));
     const int right = pageIndex(document, info.pairedPageNumber);
     if (right < 0)
         return {};
@@ -50,7 +51,7 @@ QImage pdfPicture(QPdfDocument& document, const ImagePathInfo& info)
     const QImage rightPicture = renderPdfPage(document, right);
     if (leftPicture.isNull() || rightPicture.isNull())
         return {};
-    return mergeHorizontally(leftPicture, rightPicture);
+    return compactIfGrey(mergeHorizontally(leftPicture, rightPicture));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "images/CompactPagePicture.h"
 #include "images/PagePointSize.h"
 #include "images/PdfRendering.h"
+#include "project/ProjectPages.h"
 #include "render/ScaledPageCache.h"
 #include "tests/support/PdfFixtures.h"
 
@@ -83,15 +84,17 @@ TEST(CompactPagePicture, PicturesInOtherFormatsStayAsTheyCame)
     EXPECT_TRUE(compactIfGrey(QImage()).isNull());
 }
 
-TEST(CompactPagePicture, ABlackAndWhitePdfPageIsRenderedGreyAndScalesToTheSamePixels)
+TEST(CompactPagePicture, ABlackAndWhitePdfPageIsHeldGreyAndScalesToTheSamePixels)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("staff.pdf"));
     ASSERT_TRUE(PdfFixtures::writePdf(path, 1, QSizeF(300, 120), drawStaff));
     auto document = openPdfDocument(path);
     ASSERT_NE(document, nullptr);
-    const QImage page = renderPdfPage(*document, 0);
-    ASSERT_FALSE(page.isNull());
+    const QImage rendered = renderPdfPage(*document, 0);
+    ASSERT_FALSE(rendered.isNull());
+    EXPECT_EQ(rendered.format(), QImage::Format_ARGB32_Premultiplied);
+    const QImage page = compactIfGrey(rendered);
     EXPECT_EQ(page.format(), QImage::Format_Grayscale8);
     EXPECT_EQ(page.size(), QSize(600, 240));
     EXPECT_EQ(pagePointSize(page), QSizeF(300, 120));
@@ -116,4 +119,23 @@ TEST(CompactPagePicture, APdfPageWithColourKeepsItsColour)
     const QImage page = renderPdfPage(*document, 0);
     EXPECT_EQ(page.format(), QImage::Format_ARGB32_Premultiplied);
     EXPECT_EQ(page.pixelColor(20, 20), PdfFixtures::pageColor(0));
+}
+
+TEST(CompactPagePicture, PdfPagesAndPairsRebuiltForAProjectAreHeldGrey)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("staff.pdf"));
+    ASSERT_TRUE(PdfFixtures::writePdf(path, 3, QSizeF(300, 120), drawStaff));
+    ImagePathInfo single;
+    single.path = path;
+    single.pageNumber = 1;
+    ImagePathInfo pair;
+    pair.path = path;
+    pair.pageNumber = 2;
+    pair.pairedPageNumber = 3;
+    const std::vector<ImageItem> pages = rebuildProjectPages({single, pair});
+    ASSERT_EQ(pages.size(), 2u);
+    EXPECT_EQ(pages[0].image().format(), QImage::Format_Grayscale8);
+    EXPECT_EQ(pages[1].image().format(), QImage::Format_Grayscale8);
+    EXPECT_EQ(pagePointSize(pages[1].image()), QSizeF(600, 120));
 }

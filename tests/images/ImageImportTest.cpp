@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -352,4 +353,22 @@ TEST_F(ImageImport, APairedA4SpreadIsPlacedByItsExactSizeInPoints)
     EXPECT_EQ(spread.size(), QSize(2381, 1684));
     // Half-point sizes (1191 x 842) would give 1528 pixels at x 196.
     EXPECT_EQ(editor.computePlacement(spread, QSizeF(1920, 1080)), (Placement{197, 0, 1527, 1080}));
+}
+
+TEST_F(ImageImport, BlackAndWhitePdfPagesAndPairsAreHeldInOneBytePerPixel)
+{
+    const QString path = dir.filePath(QStringLiteral("staff.pdf"));
+    ASSERT_TRUE(PdfFixtures::writePdf(path, 3, QSizeF(200, 300), [](QPainter& painter, int, QSizeF size) {
+        painter.setPen(QPen(Qt::black, 0.5));
+        painter.drawLine(QPointF(20, 50), QPointF(size.width() - 20, 50));
+    }));
+    dialogs.queueQuestionAnswer(kOnePerPage);
+    editor.addPDF(path);
+    dialogs.queueQuestionAnswer(kTwoSideBySide);
+    editor.addPDF(path);
+    ASSERT_EQ(editor.images().size(), 5u);
+    for (const ImageItem& item : editor.images())
+        EXPECT_EQ(item.image().format(), QImage::Format_Grayscale8) << item.pageNumber.value_or(0);
+    EXPECT_EQ(editor.images()[3].pairedPageNumber, 2);
+    EXPECT_EQ(editor.images()[3].image().deviceIndependentSize(), QSizeF(400, 300));
 }

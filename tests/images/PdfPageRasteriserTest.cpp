@@ -1,4 +1,5 @@
 #include "images/PdfPageRasteriser.h"
+#include "images/CompactPagePicture.h"
 #include "images/ImageMerging.h"
 #include "images/PagePointSize.h"
 #include "images/PdfRendering.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QPainter>
 #include <QPdfDocument>
 #include <QTemporaryDir>
 #include <QUuid>
@@ -32,7 +34,8 @@ PdfPages importedPages(const QTemporaryDir& dir, int pages, QSizeF size,
     auto document = openPdfDocument(result.path);
     EXPECT_NE(document, nullptr);
     for (int i = 0; document && i < pages; ++i)
-        result.items.emplace_back(QUuid::createUuid(), renderPdfPage(*document, i), result.path, i + 1);
+        result.items.emplace_back(QUuid::createUuid(), compactIfGrey(renderPdfPage(*document, i)),
+                                  result.path, i + 1);
     return result;
 }
 
@@ -108,6 +111,27 @@ TEST(PdfPageRasteriser, PairIsDrawnSideBySideAtTheHeightAskedFor)
     EXPECT_EQ(QColor(pair.pixel(1200 + 80, 80)), PdfFixtures::pageColor(1));
     EXPECT_EQ(QColor(pair.pixel(1200 + 170, 170)), QColor(Qt::white));
     EXPECT_EQ(rasteriser.pagesRendered(), 2);
+}
+
+TEST(PdfPageRasteriser, AGreyPairIsDrawnInPremultipliedArgbForTheExport)
+{
+    // The page list holds grey pages in one byte per pixel; what the export draws is used
+    // once, at once, in the format it is drawn in.
+    QTemporaryDir dir;
+    PdfPages pdf = importedPages(dir, 2, QSizeF(300, 200), [](QPainter& painter, int, QSizeF size) {
+        painter.setPen(QPen(Qt::black, 0.5));
+        painter.drawLine(QPointF(20, 50), QPointF(size.width() - 20, 50));
+    });
+    ASSERT_EQ(pdf.items[0].image().format(), QImage::Format_Grayscale8);
+    pdf.items.emplace_back(QUuid::createUuid(),
+                           compactIfGrey(mergeHorizontally(pdf.items[0].image(), pdf.items[1].image())),
+                           pdf.path, 1, 2);
+    PdfPageRasteriser rasteriser(pdfPageOrigins(pdf.items));
+    EXPECT_EQ(rasteriser.render(pdf.items[0].image(), QSize(900, 600)).format(),
+              QImage::Format_ARGB32_Premultiplied);
+    const QImage pair = rasteriser.render(pdf.items[2].image(), QSize(1800, 600));
+    ASSERT_FALSE(pair.isNull());
+    EXPECT_EQ(pair.format(), QImage::Format_ARGB32_Premultiplied);
 }
 
 TEST(PdfPageRasteriser, PicturesWithoutAPdfOriginAreLeftToTheCaller)
