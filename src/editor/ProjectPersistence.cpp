@@ -64,8 +64,7 @@ void VideoEditorViewModel::saveProject()
     m_environment.dialogs->chooseSaveFile(request, [editor = QPointer(this)](std::optional<QString> path) {
         if (!editor || !path)
             return;
-        editor->setIsSavingProject(true);
-        editor->setSavingProgress(0.5);
+        editor->publishProgress(editor->m_exportProgress.begin(0.5));
         editor->saveProjectToFileSync(*path);
         // The overlay goes away in a later turn of the event loop, after it had a chance to show.
         QMetaObject::invokeMethod(
@@ -73,8 +72,7 @@ void VideoEditorViewModel::saveProject()
                 [editor] {
                     if (!editor)
                         return;
-                    editor->setIsSavingProject(false);
-                    editor->setSavingProgress(1.0);
+                    editor->publishProgress(editor->m_exportProgress.finish(1.0));
                 },
                 Qt::QueuedConnection);
     });

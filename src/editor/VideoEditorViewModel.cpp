@@ -178,19 +178,36 @@ void VideoEditorViewModel::setIsRecording(bool value)
 
 void VideoEditorViewModel::setIsSavingProject(bool value)
 {
-    VORNIK_PUBLISH(m_isSavingProject, isSavingProjectChanged);
+    m_exportProgress.setShown(value);
+    publishProgress({.shown = true});
 }
 
 void VideoEditorViewModel::setSavingProgress(double value)
 {
-    VORNIK_PUBLISH(m_savingProgress, savingProgressChanged);
+    m_exportProgress.setProgress(value);
+    publishProgress({.progress = true});
 }
 
 void VideoEditorViewModel::setSavingProgressText(QString value)
 {
-    m_savingProgressText = std::move(value);
-    emit savingProgressTextChanged();
-    emit changed();
+    m_exportProgress.setText(std::move(value));
+    publishProgress({.text = true});
+}
+
+void VideoEditorViewModel::publishProgress(ExportProgress::Assigned fields)
+{
+    if (fields.shown) {
+        emit isSavingProjectChanged();
+        emit changed();
+    }
+    if (fields.progress) {
+        emit savingProgressChanged();
+        emit changed();
+    }
+    if (fields.text) {
+        emit savingProgressTextChanged();
+        emit changed();
+    }
 }
 
 void VideoEditorViewModel::setSelectedImageIndex(std::optional<int> value)

@@ -5,14 +5,15 @@
 //
 // A facade: state with its own rules lives in parts the editor owns by value (PlaybackClock
 // for the player, the tick timer and where a fresh play began; PageTurnRecorder for the page
-// being recorded and how far its sweep has written), none of them a QObject or
-// aware of the editor. The editor's members, defined in the files of src/editor/ one per
-// concern, delegate to those parts and to the subsystems' free functions, then emit the
-// signals. Each published property has a getter, a setter that always emits
-// `<name>Changed()` and then `changed()`, and the signal.
+// being recorded and how far its sweep has written; ExportProgress for the overlay of an
+// export or a save), none of them a QObject or aware of the editor. The editor's members,
+// defined in the files of src/editor/ one per concern, delegate to those parts and to the
+// subsystems' free functions, then emit the signals. Each published property has a getter,
+// a setter that always emits `<name>Changed()` and then `changed()`, and the signal.
 #pragma once
 
 #include "editor/EditorEnvironment.h"
+#include "editor/ExportProgress.h"
 #include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/ImageItem.h"
@@ -95,11 +96,11 @@ public:
     void setLoadingProgress(double progress);
     bool isRecording() const { return m_isRecording; }
     void setIsRecording(bool recording);
-    bool isSavingProject() const { return m_isSavingProject; }
+    bool isSavingProject() const { return m_exportProgress.isShown(); }
     void setIsSavingProject(bool saving);
-    double savingProgress() const { return m_savingProgress; }
+    double savingProgress() const { return m_exportProgress.progress(); }
     void setSavingProgress(double progress);
-    const QString& savingProgressText() const { return m_savingProgressText; }
+    const QString& savingProgressText() const { return m_exportProgress.text(); }
     void setSavingProgressText(QString text);
     std::optional<int> selectedImageIndex() const { return m_selectedImageIndex; }
     void setSelectedImageIndex(std::optional<int> index);
@@ -459,6 +460,8 @@ private:
     void followRecordedPage(const std::optional<QUuid>& recordedPage);
 
     // ---- Rendering and export (private) ----
+    // Tells the observers of each overlay field the operation assigned.
+    void publishProgress(ExportProgress::Assigned fields);
     // The fade of a frame in the export: none outside a fade (export frame rate and
     // transitionDuration decide its length).
     std::optional<TransitionInfo> calculateTransitionInfo(int64_t frameIndex) const;
@@ -519,9 +522,6 @@ private:
     bool m_isLoadingAudio = false;
     double m_loadingProgress = 0.0;
     bool m_isRecording = false;
-    bool m_isSavingProject = false;
-    double m_savingProgress = 0.0;
-    QString m_savingProgressText;
     std::optional<int> m_selectedImageIndex;
     std::set<int> m_selectedImageIndices;
     int m_exportFPS = 30;
@@ -536,6 +536,8 @@ private:
     PlaybackClock m_playback;
     // The page being recorded, its placement and how far the recording sweep has written.
     PageTurnRecorder m_pageTurns;
+    // The overlay shown while an export or a save runs.
+    ExportProgress m_exportProgress;
     // Held through a pointer so that this header needs only the name of the frame store.
     std::unique_ptr<Frames> m_frameManager;
 };
