@@ -100,7 +100,7 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
         project.currentTime = waiting->currentTime;
     } else {
         project.audioPath = m_audioURL;
-        project.originalAudioPath = m_originalAudioURL;
+        project.originalAudioPath = m_audio.originalURL();
         project.frames = framesToJSON(*m_frameManager);
         project.duration = m_duration;
         project.currentTime = m_currentTime;
@@ -184,8 +184,7 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
-    adoptRenderedAudio(nullptr);
-    setOriginalAudioURL(std::nullopt);
+    m_audio.forgetRecording();
     m_playback.setPlayer(nullptr);
     setDuration(0.0);
     setCurrentTime(0.0);
@@ -324,9 +323,9 @@ void VideoEditorViewModel::newProject()
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
-    adoptRenderedAudio(nullptr);
-    // The user's file goes too, so that applying new silences cannot bring it back.
-    setOriginalAudioURL(std::nullopt);
+    // The user's file goes with the rendered one, so that applying new silences cannot bring
+    // it back.
+    m_audio.forgetRecording();
     m_playback.setPlayer(nullptr);
     setCurrentTime(0.0);
     setDuration(0.0);

@@ -80,7 +80,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     // runs changes the editor, not this export. Its temporary WAV stays on the disk until
     // the export has ended.
     const std::optional<QString> audioPath = m_audioURL;
-    const std::shared_ptr<RenderedAudioFile> recording = m_renderedAudio;
+    const std::shared_ptr<RenderedAudioFile> recording = m_audio.renderedAudio();
     const FaultHook faultHook = m_environment.faultHook;
 
     // The recording is encoded while the video is, cut to the length the video will have;
