@@ -45,7 +45,7 @@ void VideoEditorViewModel::loadAudio(const QString& url)
 {
     setIsLoadingAudio(true);
     setLoadingProgress(0.0);
-    setOriginalAudioURL(url);
+    const AudioTrack::Tickets tickets = m_audio.beginLoad(url);
 
     AudioPipelineRequest request;
     request.sourcePath = url;
@@ -54,8 +54,8 @@ void VideoEditorViewModel::loadAudio(const QString& url)
     request.volumeBoost = m_volumeBoost;
     request.temporaryDirectory = m_environment.temporaryDirectory;
     request.measureLoudness = true;
-    request.job = startAudioJob();
-    request.loudnessJob = m_loudnessJobs.start();
+    request.job = tickets.recording;
+    request.loudnessJob = tickets.loudness;
     request.faultHook = m_environment.faultHook;
 
     AudioPipelineHooks hooks;
@@ -63,8 +63,7 @@ void VideoEditorViewModel::loadAudio(const QString& url)
     hooks.finished = [](VideoEditorViewModel& editor, double duration) {
         editor.setLoadingProgress(1.0);
         editor.setIsLoadingAudio(false);
-        editor.setPreviousStartSilence(editor.startSilenceDuration());
-        editor.setPreviousEndSilence(editor.endSilenceDuration());
+        editor.m_audio.silencesApplied(editor.startSilenceDuration(), editor.endSilenceDuration());
         logLine(QStringLiteral("[Audio] Betöltés kész: ") + formatDouble(duration) +
                 QStringLiteral(" mp, frame-ek száma: ") +
                 QString::number(editor.getFrameManager().getFrameCount()));
@@ -85,7 +84,7 @@ std::optional<double> VideoEditorViewModel::measureAudioLoudness(const QString& 
 
 std::optional<double> VideoEditorViewModel::boostedLoudnessDB() const
 {
-    return boostedLoudness(m_audioLoudnessDB, m_volumeBoost);
+    return boostedLoudness(m_audio.rmsLoudnessDB(), m_volumeBoost);
 }
 
 VideoEditorViewModel::LoudnessInfo VideoEditorViewModel::youtubeLoudnessInfo() const
@@ -131,36 +130,53 @@ int64_t VideoEditorViewModel::frameIndexForWaveformBar(int bar, int totalBars) c
 
 void VideoEditorViewModel::setIntegratedLoudnessLUFS(std::optional<double> lufs)
 {
-    m_integratedLoudnessLUFS = lufs;
-    emit integratedLoudnessLUFSChanged();
-    emit changed();
+    m_audio.setIntegratedLoudnessLUFS(lufs);
+    publishLoudness({.integratedLoudness = true});
 }
 
 void VideoEditorViewModel::setTruePeakDBTP(std::optional<double> dbtp)
 {
-    m_truePeakDBTP = dbtp;
-    emit truePeakDBTPChanged();
-    emit changed();
+    m_audio.setTruePeakDBTP(dbtp);
+    publishLoudness({.truePeak = true});
 }
 
 void VideoEditorViewModel::setIsMeasuringLoudness(bool measuring)
 {
-    m_isMeasuringLoudness = measuring;
-    emit isMeasuringLoudnessChanged();
-    emit changed();
+    m_audio.setMeasuringLoudness(measuring);
+    publishLoudness({.measuring = true});
+}
+
+void VideoEditorViewModel::publishLoudness(AudioTrack::LoudnessAssigned figures)
+{
+    if (figures.rmsLoudness) {
+        emit audioLoudnessDBChanged();
+        emit changed();
+    }
+    if (figures.integratedLoudness) {
+        emit integratedLoudnessLUFSChanged();
+        emit changed();
+    }
+    if (figures.truePeak) {
+        emit truePeakDBTPChanged();
+        emit changed();
+    }
+    if (figures.measuring) {
+        emit isMeasuringLoudnessChanged();
+        emit changed();
+    }
 }
 
 std::optional<double> VideoEditorViewModel::boostedIntegratedLoudnessLUFS() const
 {
-    return boostedLevel(m_integratedLoudnessLUFS, m_volumeBoost);
+    return boostedLevel(m_audio.integratedLoudnessLUFS(), m_volumeBoost);
 }
 
 std::optional<double> VideoEditorViewModel::boostedTruePeakDBTP() const
 {
-    return boostedLevel(m_truePeakDBTP, m_volumeBoost);
+    return boostedLevel(m_audio.truePeakDBTP(), m_volumeBoost);
 }
 
 std::optional<double> VideoEditorViewModel::normalisationVolumeBoost() const
 {
-    return normalisationBoost(m_integratedLoudnessLUFS, m_truePeakDBTP);
+    return normalisationBoost(m_audio.integratedLoudnessLUFS(), m_audio.truePeakDBTP());
 }

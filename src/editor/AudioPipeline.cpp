@@ -22,11 +22,12 @@
 #include <memory>
 
 // The pipeline's way to the editor's internal steps: whether a job is still the current
-// request, and taking over the player and the rendered file of a finished decode.
+// request, taking over the player and the rendered file of a finished decode, and the
+// loudness figures.
 struct AudioPipelineAccess {
     static bool isCurrentAudioJob(const VideoEditorViewModel& editor, const JobToken& job)
     {
-        return editor.isCurrentAudioJob(job);
+        return editor.m_audio.isCurrentJob(job);
     }
     static void setAudioPlayer(VideoEditorViewModel& editor, std::unique_ptr<AudioPlayer> player)
     {
@@ -34,7 +35,19 @@ struct AudioPipelineAccess {
     }
     static void adoptRenderedAudio(VideoEditorViewModel& editor, std::shared_ptr<RenderedAudioFile> file)
     {
-        editor.adoptRenderedAudio(std::move(file));
+        editor.m_audio.adoptRenderedAudio(std::move(file));
+    }
+    static void recordingDecoded(VideoEditorViewModel& editor, std::optional<double> rmsDB, bool meterRuns)
+    {
+        editor.publishLoudness(editor.m_audio.recordingDecoded(rmsDB, meterRuns));
+    }
+    static void meterFinished(VideoEditorViewModel& editor, const RecordingLoudness& measured)
+    {
+        editor.publishLoudness(editor.m_audio.meterFinished(measured.integratedLUFS, measured.truePeakDBTP));
+    }
+    static void stopMeasuring(VideoEditorViewModel& editor)
+    {
+        editor.publishLoudness(editor.m_audio.stopMeasuring());
     }
 };
 
@@ -139,7 +152,7 @@ void measureLoudnessAndPost(const std::shared_ptr<RunState>& state, const AudioB
                 [meter, reason = describeException(std::current_exception())](VideoEditorViewModel& target) {
                     if (meter->isCancelled())
                         return;
-                    target.setIsMeasuringLoudness(false);
+                    AudioPipelineAccess::stopMeasuring(target);
                     logLine(QStringLiteral("[Audio] Hangosság mérés hiba: ") + reason);
                 },
                 Guard::loudnessMeter);
@@ -152,9 +165,7 @@ void measureLoudnessAndPost(const std::shared_ptr<RunState>& state, const AudioB
             [measured = *measured, meter = std::move(meter)](VideoEditorViewModel& target) {
                 if (meter->isCancelled())
                     return;
-                target.setIntegratedLoudnessLUFS(measured.integratedLUFS);
-                target.setTruePeakDBTP(measured.truePeakDBTP);
-                target.setIsMeasuringLoudness(false);
+                AudioPipelineAccess::meterFinished(target, measured);
                 if (measured.integratedLUFS && measured.truePeakDBTP) {
                     logLine(QStringLiteral("[Audio] Integrált hangosság: ") +
                             formatFixed(*measured.integratedLUFS, 1) +
@@ -200,11 +211,8 @@ void runSteps(const std::shared_ptr<RunState>& state, const AudioPipelineRequest
         else
             postLog(state, QStringLiteral("[Audio] Hangosság mérés hiba: ") + built.decode.error);
         post(state, [loudness, measureMeter](VideoEditorViewModel& target) {
-            target.setAudioLoudnessDB(loudness);
             // The figures of an earlier recording go; this one's follow the loading.
-            target.setIntegratedLoudnessLUFS(std::nullopt);
-            target.setTruePeakDBTP(std::nullopt);
-            target.setIsMeasuringLoudness(measureMeter);
+            AudioPipelineAccess::recordingDecoded(target, loudness, measureMeter);
             if (loudness) {
                 logLine(QStringLiteral("[Audio] Eredeti hangosság: ") + formatFixed(*loudness, 1) +
                         QStringLiteral(" dB RMS"));

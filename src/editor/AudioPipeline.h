@@ -26,7 +26,7 @@ struct AudioPipelineRequest {
     QString temporaryDirectory;
     // Loading measures the loudness of the original file; reloading keeps the old figure.
     bool measureLoudness = true;
-    // The request's ticket (from the editor's startAudioJob()). Once it is called off, the
+    // The request's ticket (from the editor's AudioTrack). Once it is called off, the
     // work stops at its next step (the decoder checks it between packets), its temporary WAV
     // is removed, and none of its steps reaches the editor.
     std::shared_ptr<const JobToken> job;

@@ -71,18 +71,18 @@ void shiftAssignments(VideoEditorViewModel& editor, const std::vector<SavedAssig
 
 void VideoEditorViewModel::reloadAudioWithNewSilence()
 {
-    if (!m_originalAudioURL) {
+    if (!m_audio.originalURL()) {
         logLine(QStringLiteral("[Audio] Nincs eredeti audio URL az újratöltéshez"));
         return;
     }
     logLine(QStringLiteral("[Audio] Újratöltés új csend értékekkel..."));
 
-    const double startChange = m_startSilenceDuration - m_previousStartSilence;
+    const double startChange = m_startSilenceDuration - m_audio.previousStartSilence();
     const int64_t frameShift = roundToInt64Checked(startChange * static_cast<double>(FPS));
     logLine(QStringLiteral("[Audio] Kezdő csend változás: ") + formatDouble(startChange) +
             QStringLiteral("s (") + QString::number(frameShift) + QStringLiteral(" frame)"));
     logLine(QStringLiteral("[Audio] Vég csend változás: ") +
-            formatDouble(m_endSilenceDuration - m_previousEndSilence) + QStringLiteral("s"));
+            formatDouble(m_endSilenceDuration - m_audio.previousEndSilence()) + QStringLiteral("s"));
 
     // The end silence never moves the music, so only a start change saves anything.
     std::vector<SavedAssignment> saved;
@@ -101,15 +101,15 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
     setLoadingProgress(0.0);
 
     AudioPipelineRequest request;
-    request.sourcePath = *m_originalAudioURL;
+    request.sourcePath = *m_audio.originalURL();
     request.startSilence = m_startSilenceDuration;
     request.endSilence = m_endSilenceDuration;
     request.volumeBoost = m_volumeBoost;
     request.temporaryDirectory = m_environment.temporaryDirectory;
     request.measureLoudness = measureLoudness;
-    request.job = startAudioJob();
-    if (measureLoudness)
-        request.loudnessJob = m_loudnessJobs.start();
+    const AudioTrack::Tickets tickets = m_audio.beginReload(measureLoudness);
+    request.job = tickets.recording;
+    request.loudnessJob = tickets.loudness;
     request.faultHook = m_environment.faultHook;
 
     AudioPipelineHooks hooks;
@@ -124,8 +124,7 @@ void VideoEditorViewModel::reloadAudioWithNewSilence()
         editor.setIsLoadingAudio(false);
         // Only a successful reload moves the reference point: after a failure the next apply
         // compares against the silences the current recording really has.
-        editor.setPreviousStartSilence(editor.startSilenceDuration());
-        editor.setPreviousEndSilence(editor.endSilenceDuration());
+        editor.m_audio.silencesApplied(editor.startSilenceDuration(), editor.endSilenceDuration());
         logLine(QStringLiteral("[Audio] Újratöltés kész: ") + formatDouble(duration) +
                 QStringLiteral(" mp, frame-ek száma: ") +
                 QString::number(editor.getFrameManager().getFrameCount()));

@@ -64,8 +64,7 @@ void VideoEditorViewModel::saveProject()
     m_environment.dialogs->chooseSaveFile(request, [editor = QPointer(this)](std::optional<QString> path) {
         if (!editor || !path)
             return;
-        editor->setIsSavingProject(true);
-        editor->setSavingProgress(0.5);
+        editor->publishProgress(editor->m_exportProgress.begin(0.5));
         editor->saveProjectToFileSync(*path);
         // The overlay goes away in a later turn of the event loop, after it had a chance to show.
         QMetaObject::invokeMethod(
@@ -73,8 +72,7 @@ void VideoEditorViewModel::saveProject()
                 [editor] {
                     if (!editor)
                         return;
-                    editor->setIsSavingProject(false);
-                    editor->setSavingProgress(1.0);
+                    editor->publishProgress(editor->m_exportProgress.finish(1.0));
                 },
                 Qt::QueuedConnection);
     });
@@ -102,7 +100,7 @@ bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
         project.currentTime = waiting->currentTime;
     } else {
         project.audioPath = m_audioURL;
-        project.originalAudioPath = m_originalAudioURL;
+        project.originalAudioPath = m_audio.originalURL();
         project.frames = framesToJSON(*m_frameManager);
         project.duration = m_duration;
         project.currentTime = m_currentTime;
@@ -186,8 +184,7 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
-    adoptRenderedAudio(nullptr);
-    setOriginalAudioURL(std::nullopt);
+    m_audio.forgetRecording();
     m_playback.setPlayer(nullptr);
     setDuration(0.0);
     setCurrentTime(0.0);
@@ -326,9 +323,9 @@ void VideoEditorViewModel::newProject()
     setImages({});
     updateFrameManagerImages();
     setAudioURL(std::nullopt);
-    adoptRenderedAudio(nullptr);
-    // The user's file goes too, so that applying new silences cannot bring it back.
-    setOriginalAudioURL(std::nullopt);
+    // The user's file goes with the rendered one, so that applying new silences cannot bring
+    // it back.
+    m_audio.forgetRecording();
     m_playback.setPlayer(nullptr);
     setCurrentTime(0.0);
     setDuration(0.0);

@@ -32,6 +32,7 @@ VideoEditorViewModel::VideoEditorViewModel(EditorEnvironment environment, QObjec
     : QObject(parent)
     , m_environment(std::move(environment))
     , m_pageColors(makePageColors())
+    , m_audio(m_startSilenceDuration, m_endSilenceDuration)
     , m_frameManager(std::make_unique<Frames>())
 {
     // First among the receivers: a project's frames are back before anyone else hears of the load.
@@ -47,23 +48,16 @@ VideoEditorViewModel::~VideoEditorViewModel()
 
 void VideoEditorViewModel::cancelAudioJobs()
 {
-    m_audioJobs.cancelAll();
-    m_loudnessJobs.cancelAll();
+    m_audio.cancelJobs();
     if (m_isLoadingAudio)
         setIsLoadingAudio(false);
-    if (m_isMeasuringLoudness)
-        setIsMeasuringLoudness(false);
-}
-
-void VideoEditorViewModel::adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file)
-{
-    m_renderedAudio = std::move(file);
+    if (m_audio.isMeasuringLoudness())
+        publishLoudness(m_audio.stopMeasuring());
 }
 
 void VideoEditorViewModel::cancelBackgroundJobs(int waitMs)
 {
-    m_audioJobs.cancelAll();
-    m_loudnessJobs.cancelAll();
+    m_audio.cancelJobs();
     m_exportJobs.cancelAll();
     // Every job runs on the global pool (the threads a job starts are joined inside it).
     QThreadPool::globalInstance()->waitForDone(waitMs);
@@ -106,7 +100,8 @@ void VideoEditorViewModel::setVolumeBoost(double value)
 
 void VideoEditorViewModel::setAudioLoudnessDB(std::optional<double> value)
 {
-    VORNIK_PUBLISH(m_audioLoudnessDB, audioLoudnessDBChanged);
+    m_audio.setRmsLoudnessDB(value);
+    publishLoudness({.rmsLoudness = true});
 }
 
 namespace {
@@ -178,19 +173,36 @@ void VideoEditorViewModel::setIsRecording(bool value)
 
 void VideoEditorViewModel::setIsSavingProject(bool value)
 {
-    VORNIK_PUBLISH(m_isSavingProject, isSavingProjectChanged);
+    m_exportProgress.setShown(value);
+    publishProgress({.shown = true});
 }
 
 void VideoEditorViewModel::setSavingProgress(double value)
 {
-    VORNIK_PUBLISH(m_savingProgress, savingProgressChanged);
+    m_exportProgress.setProgress(value);
+    publishProgress({.progress = true});
 }
 
 void VideoEditorViewModel::setSavingProgressText(QString value)
 {
-    m_savingProgressText = std::move(value);
-    emit savingProgressTextChanged();
-    emit changed();
+    m_exportProgress.setText(std::move(value));
+    publishProgress({.text = true});
+}
+
+void VideoEditorViewModel::publishProgress(ExportProgress::Assigned fields)
+{
+    if (fields.shown) {
+        emit isSavingProjectChanged();
+        emit changed();
+    }
+    if (fields.progress) {
+        emit savingProgressChanged();
+        emit changed();
+    }
+    if (fields.text) {
+        emit savingProgressTextChanged();
+        emit changed();
+    }
 }
 
 void VideoEditorViewModel::setSelectedImageIndex(std::optional<int> value)

@@ -5,14 +5,17 @@
 //
 // A facade: state with its own rules lives in parts the editor owns by value (PlaybackClock
 // for the player, the tick timer and where a fresh play began; PageTurnRecorder for the page
-// being recorded and how far its sweep has written), none of them a QObject or
-// aware of the editor. The editor's members, defined in the files of src/editor/ one per
-// concern, delegate to those parts and to the subsystems' free functions, then emit the
-// signals. Each published property has a getter, a setter that always emits
-// `<name>Changed()` and then `changed()`, and the signal.
+// being recorded and how far its sweep has written; AudioTrack for the recording's files,
+// silences last applied, loudness figures and jobs; ExportProgress for the overlay of an
+// export or a save), none of them a QObject or aware of the editor. The editor's members,
+// defined in the files of src/editor/ one per concern, delegate to those parts and to the
+// subsystems' free functions, then emit the signals. Each published property has a getter,
+// a setter that always emits `<name>Changed()` and then `changed()`, and the signal.
 #pragma once
 
+#include "editor/AudioTrack.h"
 #include "editor/EditorEnvironment.h"
+#include "editor/ExportProgress.h"
 #include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/ImageItem.h"
@@ -73,7 +76,7 @@ public:
     void setShowAudioSettings(bool show);
     double volumeBoost() const { return m_volumeBoost; }
     void setVolumeBoost(double percent);
-    std::optional<double> audioLoudnessDB() const { return m_audioLoudnessDB; }
+    std::optional<double> audioLoudnessDB() const { return m_audio.rmsLoudnessDB(); }
     void setAudioLoudnessDB(std::optional<double> db);
     const std::vector<ImageItem>& images() const { return m_images; }
     // The multi-selection follows its pages into the new list (members whose page is gone
@@ -95,11 +98,11 @@ public:
     void setLoadingProgress(double progress);
     bool isRecording() const { return m_isRecording; }
     void setIsRecording(bool recording);
-    bool isSavingProject() const { return m_isSavingProject; }
+    bool isSavingProject() const { return m_exportProgress.isShown(); }
     void setIsSavingProject(bool saving);
-    double savingProgress() const { return m_savingProgress; }
+    double savingProgress() const { return m_exportProgress.progress(); }
     void setSavingProgress(double progress);
-    const QString& savingProgressText() const { return m_savingProgressText; }
+    const QString& savingProgressText() const { return m_exportProgress.text(); }
     void setSavingProgressText(QString text);
     std::optional<int> selectedImageIndex() const { return m_selectedImageIndex; }
     void setSelectedImageIndex(std::optional<int> index);
@@ -121,10 +124,10 @@ public:
 
     // ---- Plain state (no change signal) ----
     // Read-only from outside: only the editor's own operations move these.
-    double previousStartSilence() const { return m_previousStartSilence; }
-    double previousEndSilence() const { return m_previousEndSilence; }
+    double previousStartSilence() const { return m_audio.previousStartSilence(); }
+    double previousEndSilence() const { return m_audio.previousEndSilence(); }
     AudioPlayer* audioPlayer() const { return m_playback.player(); }
-    const std::optional<QString>& originalAudioURL() const { return m_originalAudioURL; }
+    const std::optional<QString>& originalAudioURL() const { return m_audio.originalURL(); }
     int64_t lastAssignedFrameIndex() const { return m_pageTurns.lastAssignedFrame(); }
     int currentAssignmentIndex() const { return m_pageTurns.page(); }
     double lastStartPlayPosition() const { return m_playback.lastStartPlayPosition(); }
@@ -173,12 +176,12 @@ public:
     // Integrated loudness (LUFS) and true peak (dBTP) of the loaded recording before the
     // boost, measured from the load's decode once the recording is ready (so a long file
     // plays before its meter has finished); absent without audio and while measuring.
-    std::optional<double> integratedLoudnessLUFS() const { return m_integratedLoudnessLUFS; }
+    std::optional<double> integratedLoudnessLUFS() const { return m_audio.integratedLoudnessLUFS(); }
     void setIntegratedLoudnessLUFS(std::optional<double> lufs);
-    std::optional<double> truePeakDBTP() const { return m_truePeakDBTP; }
+    std::optional<double> truePeakDBTP() const { return m_audio.truePeakDBTP(); }
     void setTruePeakDBTP(std::optional<double> dbtp);
     // True from the end of a successful decode until both figures above are in.
-    bool isMeasuringLoudness() const { return m_isMeasuringLoudness; }
+    bool isMeasuringLoudness() const { return m_audio.isMeasuringLoudness(); }
     void setIsMeasuringLoudness(bool measuring);
     // Both with the gain of volumeBoost.
     std::optional<double> boostedIntegratedLoudnessLUFS() const;
@@ -199,7 +202,7 @@ public:
     // project load): their results are dropped, the loading state ends now.
     void cancelAudioJobs();
     // The current rendered recording, shared with whoever must keep it on the disk.
-    std::shared_ptr<RenderedAudioFile> renderedAudio() const { return m_renderedAudio; }
+    std::shared_ptr<RenderedAudioFile> renderedAudio() const { return m_audio.renderedAudio(); }
     // Calls off every job (audio and export) and waits at most `waitMs` for them to end.
     // The window calls it when it closes; the editor's destructor does too.
     void cancelBackgroundJobs(int waitMs);
@@ -396,11 +399,6 @@ private:
     // The background half of audio loading hands its results over through it.
     friend struct AudioPipelineAccess;
 
-    // ---- Internal state (no change signal) ----
-    void setPreviousStartSilence(double seconds) { m_previousStartSilence = seconds; }
-    void setPreviousEndSilence(double seconds) { m_previousEndSilence = seconds; }
-    void setOriginalAudioURL(std::optional<QString> path) { m_originalAudioURL = std::move(path); }
-
     // ---- Audio (private) ----
     // The RMS level of a file in dB (-100.0 for silence); none when it cannot be read.
     // Touches no editor state; any thread.
@@ -409,26 +407,10 @@ private:
     // returns its path; none on failure (logged). Reads volumeBoost and the temporary folder.
     std::optional<QString> addSilenceToAudio(const QString& sourceURL, double startSilence,
                                              double endSilence);
-    // A token for a new load or reload; every older audio job is called off.
-    std::shared_ptr<JobToken> startAudioJob() { return m_audioJobs.start(); }
-    // True while the job is the latest audio request (checked on the main thread by every
-    // step a job hands back, so a called-off job never reaches the editor).
-    bool isCurrentAudioJob(const JobToken& token) const { return m_audioJobs.isCurrent(token); }
-    // Makes `file` the current rendered recording; the one it replaces is removed from the
-    // disk once no export uses it any more.
-    void adoptRenderedAudio(std::shared_ptr<RenderedAudioFile> file);
-    std::optional<double> m_integratedLoudnessLUFS;
-    std::optional<double> m_truePeakDBTP;
-    bool m_isMeasuringLoudness = false;
-    // The load and reload of the recording: a newer request calls off the older.
-    JobGenerations m_audioJobs;
-    // The loudness meter of a loaded recording: called off by the next load, New project, a
-    // project load, or when the editor goes (a reload keeps it).
-    JobGenerations m_loudnessJobs;
+    // Tells the observers of each loudness figure the operation assigned.
+    void publishLoudness(AudioTrack::LoudnessAssigned figures);
     // Running exports, each with its own token (a new export leaves the others running).
     JobGenerations m_exportJobs;
-    // The temporary WAV that audioURL names, removed when nothing uses it any more.
-    std::shared_ptr<RenderedAudioFile> m_renderedAudio;
 
     // ---- Playback and recording (private) ----
     // The two tick steps and the assignment primitives, internal steps of recording and of
@@ -459,6 +441,8 @@ private:
     void followRecordedPage(const std::optional<QUuid>& recordedPage);
 
     // ---- Rendering and export (private) ----
+    // Tells the observers of each overlay field the operation assigned.
+    void publishProgress(ExportProgress::Assigned fields);
     // The fade of a frame in the export: none outside a fade (export frame rate and
     // transitionDuration decide its length).
     std::optional<TransitionInfo> calculateTransitionInfo(int64_t frameIndex) const;
@@ -507,9 +491,6 @@ private:
     double m_transitionDuration = 0.5;
     bool m_showAudioSettings = false;
     double m_volumeBoost = 100.0;
-    std::optional<double> m_audioLoudnessDB;
-    double m_previousStartSilence = 3.0;
-    double m_previousEndSilence = 5.0;
     std::vector<ImageItem> m_images;
     std::optional<QString> m_audioURL;
     bool m_isPlaying = false;
@@ -519,9 +500,6 @@ private:
     bool m_isLoadingAudio = false;
     double m_loadingProgress = 0.0;
     bool m_isRecording = false;
-    bool m_isSavingProject = false;
-    double m_savingProgress = 0.0;
-    QString m_savingProgressText;
     std::optional<int> m_selectedImageIndex;
     std::set<int> m_selectedImageIndices;
     int m_exportFPS = 30;
@@ -530,12 +508,15 @@ private:
     FillColorComponents m_fillColorComponents;
     VideoFormat m_videoFormat = VideoFormat::landscape;
     std::unique_ptr<QTimer> m_autoSaveTimer;
-    std::optional<QString> m_originalAudioURL;
     std::array<QColor, kPageColorCount> m_pageColors;
     // The player, the playback timer and where the last fresh play began.
     PlaybackClock m_playback;
     // The page being recorded, its placement and how far the recording sweep has written.
     PageTurnRecorder m_pageTurns;
+    // The user's recording and its rendering, loudness and jobs; it starts at the silences above.
+    AudioTrack m_audio;
+    // The overlay shown while an export or a save runs.
+    ExportProgress m_exportProgress;
     // Held through a pointer so that this header needs only the name of the frame store.
     std::unique_ptr<Frames> m_frameManager;
 };

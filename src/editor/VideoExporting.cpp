@@ -53,9 +53,7 @@ void VideoEditorViewModel::exportVideo()
     m_environment.dialogs->chooseSaveFile(request, [self](std::optional<QString> path) {
         if (!path || !self)
             return;
-        self->setIsSavingProject(true);
-        self->setSavingProgress(0.0);
-        self->setSavingProgressText(QStringLiteral("0%\nIndítás..."));
+        self->publishProgress(self->m_exportProgress.begin(0.0, QStringLiteral("0%\nIndítás...")));
         self->exportVideoFile(*path);
     });
 }
@@ -82,7 +80,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     // runs changes the editor, not this export. Its temporary WAV stays on the disk until
     // the export has ended.
     const std::optional<QString> audioPath = m_audioURL;
-    const std::shared_ptr<RenderedAudioFile> recording = m_renderedAudio;
+    const std::shared_ptr<RenderedAudioFile> recording = m_audio.renderedAudio();
     const FaultHook faultHook = m_environment.faultHook;
 
     // The recording is encoded while the video is, cut to the length the video will have;
@@ -109,16 +107,15 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                         postToMain([live, editor, share, text = progressText(written, total)] {
                             if (!live())
                                 return;
-                            editor->setSavingProgress(share * 0.8);
-                            editor->setSavingProgressText(text);
+                            editor->publishProgress(editor->m_exportProgress.advance(share * 0.8, text));
                         });
                     },
                     [live, editor] {
                         postToMain([live, editor] {
                             if (!live())
                                 return;
-                            editor->setSavingProgress(0.95);
-                            editor->setSavingProgressText(QStringLiteral("95%\nBefejezés..."));
+                            editor->publishProgress(editor->m_exportProgress.advance(
+                                    0.95, QStringLiteral("95%\nBefejezés...")));
                         });
                     });
         } catch (...) {
@@ -138,7 +135,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
             postToMain([live, editor, text = result.exceptionText, reason] {
                 if (!live())
                     return;
-                editor->setIsSavingProject(false);
+                editor->publishProgress(editor->m_exportProgress.finish());
                 emit editor->exportFailed(reason);
                 editor->environment().dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),
                                                      text);
@@ -155,12 +152,12 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                     faultHook] {
             if (!live())
                 return;
-            editor->setSavingProgress(1.0);
-            editor->setSavingProgressText(QStringLiteral("100%\nKész!"));
+            editor->publishProgress(editor->m_exportProgress.advance(1.0, QStringLiteral("100%\nKész!")));
             Dialogs* dialogs = editor->environment().dialogs;
             if (result.status == VideoWriterStatus::completed && audioPath) {
                 logLine(QStringLiteral("[Export] Video kész, audio hozzáadása..."));
-                editor->setSavingProgressText(QStringLiteral("Video kész, audio hozzáadása..."));
+                editor->publishProgress(
+                        editor->m_exportProgress.describe(QStringLiteral("Video kész, audio hozzáadása...")));
                 const std::shared_ptr<PartialVideoFile> video = result.video;
                 muxAudioIntoVideo(
                         video->path(), *audioPath,
@@ -181,7 +178,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                                         reason = placed ? muxFailure : placeLine] {
                                 if (!live())
                                     return;
-                                editor->setIsSavingProject(false);
+                                editor->publishProgress(editor->m_exportProgress.finish());
                                 if (!placed || !ok)
                                     emit editor->exportFailed(reason);
                                 Dialogs* alerts = editor->environment().dialogs;
@@ -207,7 +204,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
             } else if (result.status == VideoWriterStatus::completed) {
                 QString placeError;
                 const bool placed = result.video->commit(&placeError);
-                editor->setIsSavingProject(false);
+                editor->publishProgress(editor->m_exportProgress.finish());
                 if (placed) {
                     dialogs->alert(
                             AlertStyle::informational, QStringLiteral("Export kész!"),
@@ -219,7 +216,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
                     dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"), placeError);
                 }
             } else {
-                editor->setIsSavingProject(false);
+                editor->publishProgress(editor->m_exportProgress.finish());
                 if (!result.failureLine.isEmpty())
                     emit editor->exportFailed(result.failureLine);
                 dialogs->alert(AlertStyle::critical, QStringLiteral("Export hiba"),

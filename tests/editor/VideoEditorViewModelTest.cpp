@@ -7,6 +7,10 @@
 #include <QSignalSpy>
 #include <QTimer>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace {
 
 EditorEnvironment testEnvironment(ScriptedDialogs& dialogs)
@@ -172,4 +176,93 @@ TEST(VideoEditorViewModel, ScheduleAutoSaveAnnouncesEachRequest)
     editor.scheduleAutoSave();
     editor.scheduleAutoSave();
     EXPECT_EQ(spy.count(), 2);
+}
+
+namespace {
+
+// Records the names of the overlay's and the loudness figures' signals, and of changed(), in
+// the order they arrive.
+class SignalLog {
+public:
+    explicit SignalLog(VideoEditorViewModel& editor)
+    {
+        watch(editor, &VideoEditorViewModel::isSavingProjectChanged, "isSavingProject");
+        watch(editor, &VideoEditorViewModel::savingProgressChanged, "savingProgress");
+        watch(editor, &VideoEditorViewModel::savingProgressTextChanged, "savingProgressText");
+        watch(editor, &VideoEditorViewModel::audioLoudnessDBChanged, "audioLoudnessDB");
+        watch(editor, &VideoEditorViewModel::integratedLoudnessLUFSChanged, "integratedLoudnessLUFS");
+        watch(editor, &VideoEditorViewModel::truePeakDBTPChanged, "truePeakDBTP");
+        watch(editor, &VideoEditorViewModel::isMeasuringLoudnessChanged, "isMeasuringLoudness");
+        watch(editor, &VideoEditorViewModel::changed, "changed");
+    }
+
+    // The names recorded since the last call.
+    std::vector<std::string> take() { return std::exchange(m_names, {}); }
+
+private:
+    void watch(VideoEditorViewModel& editor, void (VideoEditorViewModel::*signal)(), std::string name)
+    {
+        QObject::connect(&editor, signal, &editor, [this, name] { m_names.push_back(name); });
+    }
+
+    std::vector<std::string> m_names;
+};
+
+using Names = std::vector<std::string>;
+
+} // namespace
+
+TEST(VideoEditorViewModel, OverlaySettersEachSetTheirOwnFieldAndNotifyItThenTheWhole)
+{
+    ScriptedDialogs dialogs;
+    VideoEditorViewModel editor(testEnvironment(dialogs));
+    SignalLog log(editor);
+
+    editor.setIsSavingProject(true);
+    EXPECT_EQ(log.take(), (Names{"isSavingProject", "changed"}));
+    editor.setSavingProgress(0.25);
+    EXPECT_EQ(log.take(), (Names{"savingProgress", "changed"}));
+    editor.setSavingProgressText(QStringLiteral("25%\nMentés..."));
+    EXPECT_EQ(log.take(), (Names{"savingProgressText", "changed"}));
+    editor.setIsSavingProject(false);
+    EXPECT_EQ(log.take(), (Names{"isSavingProject", "changed"}));
+
+    EXPECT_FALSE(editor.isSavingProject());
+    EXPECT_DOUBLE_EQ(editor.savingProgress(), 0.25);
+    EXPECT_EQ(editor.savingProgressText(), QStringLiteral("25%\nMentés..."));
+}
+
+TEST(VideoEditorViewModel, LoudnessSettersEachSetTheirOwnFigureAndNotifyItThenTheWhole)
+{
+    ScriptedDialogs dialogs;
+    VideoEditorViewModel editor(testEnvironment(dialogs));
+    SignalLog log(editor);
+
+    editor.setAudioLoudnessDB(-20.0);
+    EXPECT_EQ(log.take(), (Names{"audioLoudnessDB", "changed"}));
+    editor.setIntegratedLoudnessLUFS(-15.0);
+    EXPECT_EQ(log.take(), (Names{"integratedLoudnessLUFS", "changed"}));
+    editor.setTruePeakDBTP(-2.5);
+    EXPECT_EQ(log.take(), (Names{"truePeakDBTP", "changed"}));
+    editor.setIsMeasuringLoudness(true);
+    EXPECT_EQ(log.take(), (Names{"isMeasuringLoudness", "changed"}));
+
+    EXPECT_EQ(editor.audioLoudnessDB(), -20.0);
+    EXPECT_EQ(editor.integratedLoudnessLUFS(), -15.0);
+    EXPECT_EQ(editor.truePeakDBTP(), -2.5);
+    EXPECT_TRUE(editor.isMeasuringLoudness());
+}
+
+TEST(VideoEditorViewModel, CallingOffAudioJobsEndsARunningMeasurementWithOneNotification)
+{
+    ScriptedDialogs dialogs;
+    VideoEditorViewModel editor(testEnvironment(dialogs));
+    editor.setIsMeasuringLoudness(true);
+    SignalLog log(editor);
+    editor.cancelAudioJobs();
+    EXPECT_EQ(log.take(), (Names{"isMeasuringLoudness", "changed"}));
+    EXPECT_FALSE(editor.isMeasuringLoudness());
+    // Nothing is measured any more: nothing to tell.
+    editor.cancelAudioJobs();
+    EXPECT_TRUE(log.take().empty());
 }

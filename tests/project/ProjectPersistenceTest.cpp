@@ -19,6 +19,7 @@
 
 #include <csignal>
 #include <limits>
+#include <string>
 #include <sys/resource.h>
 
 using ProjectFixtures::ProjectEditor;
@@ -188,6 +189,23 @@ TEST_F(ProjectPersistence, SaveProjectAsksForADestinationAndShowsTheOverlayUntil
     drainEvents();
     EXPECT_FALSE(editor.isSavingProject());
     EXPECT_EQ(editor.savingProgress(), 1.0);
+}
+
+TEST_F(ProjectPersistence, SaveTellsOfTheOverlayShownThenOfItsBarAndOfBothAgainWhenItGoes)
+{
+    populate();
+    project.dialogs().queueSavePath(file(QStringLiteral("order.vnk")));
+    std::vector<std::string> heard;
+    QObject::connect(&editor, &VideoEditorViewModel::isSavingProjectChanged, &editor,
+                     [&] { heard.push_back(editor.isSavingProject() ? "shown" : "hidden"); });
+    QObject::connect(&editor, &VideoEditorViewModel::savingProgressChanged, &editor,
+                     [&] { heard.push_back("progress " + std::to_string(editor.savingProgress())); });
+    QObject::connect(&editor, &VideoEditorViewModel::savingProgressTextChanged, &editor,
+                     [&] { heard.push_back("text"); });
+    editor.saveProject();
+    EXPECT_EQ(heard, (std::vector<std::string>{"shown", "progress 0.500000"}));
+    drainEvents();
+    EXPECT_EQ(heard, (std::vector<std::string>{"shown", "progress 0.500000", "hidden", "progress 1.000000"}));
 }
 
 TEST_F(ProjectPersistence, CancelledSaveDoesNothingAndSaveAsAsksAsWell)
