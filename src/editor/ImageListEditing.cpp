@@ -14,7 +14,7 @@
 
 void VideoEditorViewModel::removeImage(int index)
 {
-    const int count = static_cast<int>(m_images.size());
+    const int count = static_cast<int>(m_pages.size());
     if (index < 0 || index >= count) {
         logLine(QStringLiteral("[removeImage] HIBA: érvénytelen index: %1, images.count: %2")
                         .arg(index)
@@ -23,13 +23,13 @@ void VideoEditorViewModel::removeImage(int index)
     }
     logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(count));
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_images;
+    std::vector<ImageItem> images = m_pages.pages();
     images.erase(images.begin() + index);
     setImages(std::move(images));
-    logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_images.size()));
+    logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_pages.size()));
 
-    const std::optional<int> selection = selectionAfterRemoval(m_selectedImageIndex, index);
-    if (selection != m_selectedImageIndex)
+    const std::optional<int> selection = selectionAfterRemoval(m_pages.selectedIndex(), index);
+    if (selection != m_pages.selectedIndex())
         setSelectedImageIndex(selection);
     // The multi-selection followed its pages when the list was set.
     followRecordedPage(recorded);
@@ -41,9 +41,9 @@ void VideoEditorViewModel::removeImage(int index)
 
 void VideoEditorViewModel::deleteAllImages()
 {
-    if (m_images.empty())
+    if (m_pages.empty())
         return;
-    const size_t count = m_images.size();
+    const size_t count = m_pages.size();
     const std::optional<QUuid> recorded = recordedPageId();
     setImages({});
     setSelectedImageIndex(std::nullopt);
@@ -69,11 +69,11 @@ void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
 {
     const PageOrientation doomed = portrait ? PageOrientation::portrait : PageOrientation::landscape;
     std::vector<ImageItem> kept;
-    for (const ImageItem& item : m_images) {
+    for (const ImageItem& item : m_pages.pages()) {
         if (pageOrientation(item.image()) != doomed)
             kept.push_back(item);
     }
-    const size_t removed = m_images.size() - kept.size();
+    const size_t removed = m_pages.size() - kept.size();
     const std::optional<QUuid> recorded = recordedPageId();
     // Runs through also when nothing matched: the selections are cleared and the count logged.
     setImages(std::move(kept));
@@ -93,8 +93,8 @@ void VideoEditorViewModel::mergeSelectedImages()
 {
     // List order, not the order of clicking. Members that name no entry take no part.
     std::vector<int> selected;
-    for (int index : m_selectedImageIndices) {
-        if (index >= 0 && index < static_cast<int>(m_images.size()))
+    for (int index : m_pages.selectedIndices()) {
+        if (m_pages.contains(index))
             selected.push_back(index);
     }
     if (selected.size() < 2) {
@@ -105,14 +105,13 @@ void VideoEditorViewModel::mergeSelectedImages()
     std::vector<QImage> pictures;
     pictures.reserve(selected.size());
     for (int index : selected)
-        pictures.push_back(m_images[static_cast<size_t>(index)].image());
+        pictures.push_back(m_pages.at(index).image());
     const QSizeF size = mergedSizeInPoints(pictures);
     QImage merged = mergeHorizontally(pictures);
-    ImageItem entry(QUuid::createUuid(), std::move(merged),
-                    m_images[static_cast<size_t>(selected.front())].url());
+    ImageItem entry(QUuid::createUuid(), std::move(merged), m_pages.at(selected.front()).url());
 
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_images;
+    std::vector<ImageItem> images = m_pages.pages();
     for (auto it = selected.rbegin(); it != selected.rend(); ++it)
         images.erase(images.begin() + *it);
     const int position = std::min(selected.front(), static_cast<int>(images.size()));
@@ -133,30 +132,23 @@ void VideoEditorViewModel::mergeSelectedImages()
 
 void VideoEditorViewModel::moveImage(const std::set<int>& offsets, int destination)
 {
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), offsets, destination);
-    setImages(reorderedList(m_images, order));
+    const std::vector<int> order = listMoveOrder(static_cast<int>(m_pages.size()), offsets, destination);
+    setImages(reorderedList(m_pages.pages(), order));
     updateFrameManagerImages();
     scheduleAutoSave();
 }
 
 void VideoEditorViewModel::moveImageDuringDrag(const QUuid& dragged, const QUuid& target)
 {
-    const auto position = [&](const QUuid& id) -> std::optional<int> {
-        const auto found = std::find_if(m_images.begin(), m_images.end(),
-                                        [&](const ImageItem& entry) { return entry.id() == id; });
-        if (found == m_images.end())
-            return std::nullopt;
-        return static_cast<int>(found - m_images.begin());
-    };
-    const std::optional<int> from = position(dragged);
-    const std::optional<int> to = position(target);
+    const std::optional<int> from = m_pages.indexOf(dragged);
+    const std::optional<int> to = m_pages.indexOf(target);
     if (!from || !to || *from == *to)
         return;
     // The destination counts positions before the dragged entry is taken out: moving down it
     // goes before the entry after the target, moving up before the target itself.
     const int destination = *from < *to ? *to + 1 : *to;
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), {*from}, destination);
-    setImages(reorderedList(m_images, order));
+    const std::vector<int> order = listMoveOrder(static_cast<int>(m_pages.size()), {*from}, destination);
+    setImages(reorderedList(m_pages.pages(), order));
 }
 
 QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
@@ -167,8 +159,8 @@ QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const Q
 void VideoEditorViewModel::updateFrameManagerImages()
 {
     QList<QImage> pictures;
-    pictures.reserve(static_cast<qsizetype>(m_images.size()));
-    for (const ImageItem& item : m_images)
+    pictures.reserve(static_cast<qsizetype>(m_pages.size()));
+    for (const ImageItem& item : m_pages.pages())
         pictures.append(item.image());
     m_frameManager->setImages(std::move(pictures));
     emit framesChanged();
