@@ -14,24 +14,17 @@
 
 void VideoEditorViewModel::removeImage(int index)
 {
-    const int count = static_cast<int>(m_pages.size());
-    if (index < 0 || index >= count) {
+    if (!m_pages.contains(index)) {
         logLine(QStringLiteral("[removeImage] HIBA: érvénytelen index: %1, images.count: %2")
                         .arg(index)
-                        .arg(count));
+                        .arg(m_pages.size()));
         return;
     }
-    logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(count));
+    logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(m_pages.size()));
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_pages.pages();
-    images.erase(images.begin() + index);
-    setImages(std::move(images));
+    // Both selections are kept valid by the list itself.
+    publishPageListChanges(m_pages.removeAt(index));
     logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_pages.size()));
-
-    const std::optional<int> selection = selectionAfterRemoval(m_pages.selectedIndex(), index);
-    if (selection != m_pages.selectedIndex())
-        setSelectedImageIndex(selection);
-    // The multi-selection followed its pages when the list was set.
     followRecordedPage(recorded);
 
     announceChange();
@@ -45,7 +38,7 @@ void VideoEditorViewModel::deleteAllImages()
         return;
     const size_t count = m_pages.size();
     const std::optional<QUuid> recorded = recordedPageId();
-    setImages({});
+    publishPageListChanges(m_pages.setPages({}));
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
     followRecordedPage(recorded);
@@ -68,15 +61,11 @@ void VideoEditorViewModel::deleteLandscapeImages()
 void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
 {
     const PageOrientation doomed = portrait ? PageOrientation::portrait : PageOrientation::landscape;
-    std::vector<ImageItem> kept;
-    for (const ImageItem& item : m_pages.pages()) {
-        if (pageOrientation(item.image()) != doomed)
-            kept.push_back(item);
-    }
-    const size_t removed = m_pages.size() - kept.size();
+    const size_t countBefore = m_pages.size();
     const std::optional<QUuid> recorded = recordedPageId();
     // Runs through also when nothing matched: the selections are cleared and the count logged.
-    setImages(std::move(kept));
+    publishPageListChanges(m_pages.removeWithOrientation(doomed));
+    const size_t removed = countBefore - m_pages.size();
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
     followRecordedPage(recorded);
@@ -92,11 +81,7 @@ void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
 void VideoEditorViewModel::mergeSelectedImages()
 {
     // List order, not the order of clicking. Members that name no entry take no part.
-    std::vector<int> selected;
-    for (int index : m_pages.selectedIndices()) {
-        if (m_pages.contains(index))
-            selected.push_back(index);
-    }
+    const std::vector<int> selected = m_pages.selectedPagesInListOrder();
     if (selected.size() < 2) {
         logLine(QStringLiteral("[merge] Legalább 2 kép kell az összefűzéshez"));
         return;
@@ -111,12 +96,7 @@ void VideoEditorViewModel::mergeSelectedImages()
     ImageItem entry(QUuid::createUuid(), std::move(merged), m_pages.at(selected.front()).url());
 
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_pages.pages();
-    for (auto it = selected.rbegin(); it != selected.rend(); ++it)
-        images.erase(images.begin() + *it);
-    const int position = std::min(selected.front(), static_cast<int>(images.size()));
-    images.insert(images.begin() + position, std::move(entry));
-    setImages(std::move(images));
+    publishPageListChanges(m_pages.replaceWithOne(selected, std::move(entry)));
 
     setSelectedImageIndices({});
     setSelectedImageIndex(selected.front());
