@@ -10,8 +10,6 @@
 
 #include <QList>
 
-#include <algorithm>
-
 void VideoEditorViewModel::removeImage(int index)
 {
     if (!m_pages.contains(index)) {
@@ -112,23 +110,14 @@ void VideoEditorViewModel::mergeSelectedImages()
 
 void VideoEditorViewModel::moveImage(const std::set<int>& offsets, int destination)
 {
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_pages.size()), offsets, destination);
-    setImages(reorderedList(m_pages.pages(), order));
+    publishPageListChanges(m_pages.move(offsets, destination));
     updateFrameManagerImages();
     scheduleAutoSave();
 }
 
 void VideoEditorViewModel::moveImageDuringDrag(const QUuid& dragged, const QUuid& target)
 {
-    const std::optional<int> from = m_pages.indexOf(dragged);
-    const std::optional<int> to = m_pages.indexOf(target);
-    if (!from || !to || *from == *to)
-        return;
-    // The destination counts positions before the dragged entry is taken out: moving down it
-    // goes before the entry after the target, moving up before the target itself.
-    const int destination = *from < *to ? *to + 1 : *to;
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_pages.size()), {*from}, destination);
-    setImages(reorderedList(m_pages.pages(), order));
+    publishPageListChanges(m_pages.moveOnto(dragged, target));
 }
 
 QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
