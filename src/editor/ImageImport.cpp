@@ -36,14 +36,14 @@ bool roomForPages(Dialogs* dialogs, size_t current, size_t adding)
 
 void VideoEditorViewModel::addImage(const QString& path)
 {
-    if (!roomForPages(m_environment.dialogs, m_images.size(), 1))
+    if (!roomForPages(m_environment.dialogs, m_pages.size(), 1))
         return;
     std::optional<QImage> image = loadImageFile(path);
     if (!image)
         return;
-    std::vector<ImageItem> images = m_images;
-    images.emplace_back(QUuid::createUuid(), std::move(*image), path);
-    setImages(std::move(images));
+    std::vector<ImageItem> added;
+    added.emplace_back(QUuid::createUuid(), std::move(*image), path);
+    publishPageListChanges(m_pages.append(std::move(added)));
     updateFrameManagerImages();
     scheduleAutoSave();
 }
@@ -72,7 +72,7 @@ void VideoEditorViewModel::addPDF(const QString& path)
     const size_t adding = answer == kTwoSideBySide
                                   ? pairedPdfPageGroups(document->pageCount(), available).size()
                                   : singlePdfPageGroups(document->pageCount(), available).size();
-    if (!roomForPages(m_environment.dialogs, m_images.size(), adding))
+    if (!roomForPages(m_environment.dialogs, m_pages.size(), adding))
         return;
     if (answer == kTwoSideBySide)
         addPDFPaired(*document, path);
@@ -85,25 +85,23 @@ void VideoEditorViewModel::addPDF(const QString& path)
 void VideoEditorViewModel::addPDFSingle(QPdfDocument& document, const QString& url)
 {
     const auto available = [&document](int index) { return pdfPageAvailable(document, index); };
-    std::vector<ImageItem> images = m_images;
-    const size_t countBefore = images.size();
+    std::vector<ImageItem> added;
     for (const PdfPageGroup& group : singlePdfPageGroups(document.pageCount(), available)) {
         QImage page = renderPDFPage(document, group.firstPageIndex);
         // A page that has a size but still cannot be rasterised (out of memory) is skipped
         // like a page the document cannot supply.
         if (page.isNull())
             continue;
-        images.emplace_back(QUuid::createUuid(), std::move(page), url, group.firstPageIndex + 1);
+        added.emplace_back(QUuid::createUuid(), std::move(page), url, group.firstPageIndex + 1);
     }
-    if (images.size() != countBefore)
-        setImages(std::move(images));
+    if (!added.empty())
+        publishPageListChanges(m_pages.append(std::move(added)));
 }
 
 void VideoEditorViewModel::addPDFPaired(QPdfDocument& document, const QString& url)
 {
     const auto available = [&document](int index) { return pdfPageAvailable(document, index); };
-    std::vector<ImageItem> images = m_images;
-    const size_t countBefore = images.size();
+    std::vector<ImageItem> added;
     for (const PdfPageGroup& group : pairedPdfPageGroups(document.pageCount(), available)) {
         const QImage left = renderPDFPage(document, group.firstPageIndex);
         const QImage right =
@@ -112,17 +110,17 @@ void VideoEditorViewModel::addPDFPaired(QPdfDocument& document, const QString& u
             continue;
         // A right-hand page that could not be rasterised after all leaves the left one alone.
         if (right.isNull()) {
-            images.emplace_back(QUuid::createUuid(), left, url, group.firstPageIndex + 1);
+            added.emplace_back(QUuid::createUuid(), left, url, group.firstPageIndex + 1);
             continue;
         }
         QImage pair = mergeImagesHorizontally(left, right);
         if (pair.isNull())
             continue;
-        images.emplace_back(QUuid::createUuid(), std::move(pair), url, group.firstPageIndex + 1,
-                            *group.secondPageIndex + 1);
+        added.emplace_back(QUuid::createUuid(), std::move(pair), url, group.firstPageIndex + 1,
+                           *group.secondPageIndex + 1);
     }
-    if (images.size() != countBefore)
-        setImages(std::move(images));
+    if (!added.empty())
+        publishPageListChanges(m_pages.append(std::move(added)));
 }
 
 QImage VideoEditorViewModel::renderPDFPage(QPdfDocument& document, int pageIndex)

@@ -11,28 +11,19 @@
 
 #include <QList>
 
-#include <algorithm>
-
 void VideoEditorViewModel::removeImage(int index)
 {
-    const int count = static_cast<int>(m_images.size());
-    if (index < 0 || index >= count) {
+    if (!m_pages.contains(index)) {
         logLine(QStringLiteral("[removeImage] HIBA: érvénytelen index: %1, images.count: %2")
                         .arg(index)
-                        .arg(count));
+                        .arg(m_pages.size()));
         return;
     }
-    logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(count));
+    logLine(QStringLiteral("[removeImage] Törlés előtt: %1 kép").arg(m_pages.size()));
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_images;
-    images.erase(images.begin() + index);
-    setImages(std::move(images));
-    logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_images.size()));
-
-    const std::optional<int> selection = selectionAfterRemoval(m_selectedImageIndex, index);
-    if (selection != m_selectedImageIndex)
-        setSelectedImageIndex(selection);
-    // The multi-selection followed its pages when the list was set.
+    // Both selections are kept valid by the list itself.
+    publishPageListChanges(m_pages.removeAt(index));
+    logLine(QStringLiteral("[removeImage] Törlés után: %1 kép").arg(m_pages.size()));
     followRecordedPage(recorded);
 
     announceChange();
@@ -42,11 +33,11 @@ void VideoEditorViewModel::removeImage(int index)
 
 void VideoEditorViewModel::deleteAllImages()
 {
-    if (m_images.empty())
+    if (m_pages.empty())
         return;
-    const size_t count = m_images.size();
+    const size_t count = m_pages.size();
     const std::optional<QUuid> recorded = recordedPageId();
-    setImages({});
+    publishPageListChanges(m_pages.setPages({}));
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
     followRecordedPage(recorded);
@@ -69,15 +60,11 @@ void VideoEditorViewModel::deleteLandscapeImages()
 void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
 {
     const PageOrientation doomed = portrait ? PageOrientation::portrait : PageOrientation::landscape;
-    std::vector<ImageItem> kept;
-    for (const ImageItem& item : m_images) {
-        if (pageOrientation(item.image()) != doomed)
-            kept.push_back(item);
-    }
-    const size_t removed = m_images.size() - kept.size();
+    const size_t countBefore = m_pages.size();
     const std::optional<QUuid> recorded = recordedPageId();
     // Runs through also when nothing matched: the selections are cleared and the count logged.
-    setImages(std::move(kept));
+    publishPageListChanges(m_pages.removeWithOrientation(doomed));
+    const size_t removed = countBefore - m_pages.size();
     setSelectedImageIndex(std::nullopt);
     setSelectedImageIndices({});
     followRecordedPage(recorded);
@@ -93,11 +80,7 @@ void VideoEditorViewModel::deleteImagesWithOrientation(bool portrait)
 void VideoEditorViewModel::mergeSelectedImages()
 {
     // List order, not the order of clicking. Members that name no entry take no part.
-    std::vector<int> selected;
-    for (int index : m_selectedImageIndices) {
-        if (index >= 0 && index < static_cast<int>(m_images.size()))
-            selected.push_back(index);
-    }
+    const std::vector<int> selected = m_pages.selectedPagesInListOrder();
     if (selected.size() < 2) {
         logLine(QStringLiteral("[merge] Legalább 2 kép kell az összefűzéshez"));
         return;
@@ -106,19 +89,13 @@ void VideoEditorViewModel::mergeSelectedImages()
     std::vector<QImage> pictures;
     pictures.reserve(selected.size());
     for (int index : selected)
-        pictures.push_back(m_images[static_cast<size_t>(index)].image());
+        pictures.push_back(m_pages.at(index).image());
     const QSizeF size = mergedSizeInPoints(pictures);
     QImage merged = mergeHorizontally(pictures);
-    ImageItem entry(QUuid::createUuid(), std::move(merged),
-                    m_images[static_cast<size_t>(selected.front())].url());
+    ImageItem entry(QUuid::createUuid(), std::move(merged), m_pages.at(selected.front()).url());
 
     const std::optional<QUuid> recorded = recordedPageId();
-    std::vector<ImageItem> images = m_images;
-    for (auto it = selected.rbegin(); it != selected.rend(); ++it)
-        images.erase(images.begin() + *it);
-    const int position = std::min(selected.front(), static_cast<int>(images.size()));
-    images.insert(images.begin() + position, std::move(entry));
-    setImages(std::move(images));
+    publishPageListChanges(m_pages.replaceWithOne(selected, std::move(entry)));
 
     setSelectedImageIndices({});
     setSelectedImageIndex(selected.front());
@@ -134,30 +111,14 @@ void VideoEditorViewModel::mergeSelectedImages()
 
 void VideoEditorViewModel::moveImage(const std::set<int>& offsets, int destination)
 {
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), offsets, destination);
-    setImages(reorderedList(m_images, order));
+    publishPageListChanges(m_pages.move(offsets, destination));
     updateFrameManagerImages();
     scheduleAutoSave();
 }
 
 void VideoEditorViewModel::moveImageDuringDrag(const QUuid& dragged, const QUuid& target)
 {
-    const auto position = [&](const QUuid& id) -> std::optional<int> {
-        const auto found = std::find_if(m_images.begin(), m_images.end(),
-                                        [&](const ImageItem& entry) { return entry.id() == id; });
-        if (found == m_images.end())
-            return std::nullopt;
-        return static_cast<int>(found - m_images.begin());
-    };
-    const std::optional<int> from = position(dragged);
-    const std::optional<int> to = position(target);
-    if (!from || !to || *from == *to)
-        return;
-    // The destination counts positions before the dragged entry is taken out: moving down it
-    // goes before the entry after the target, moving up before the target itself.
-    const int destination = *from < *to ? *to + 1 : *to;
-    const std::vector<int> order = listMoveOrder(static_cast<int>(m_images.size()), {*from}, destination);
-    setImages(reorderedList(m_images, order));
+    publishPageListChanges(m_pages.moveOnto(dragged, target));
 }
 
 QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const QImage& right)
@@ -168,8 +129,8 @@ QImage VideoEditorViewModel::mergeImagesHorizontally(const QImage& left, const Q
 void VideoEditorViewModel::updateFrameManagerImages()
 {
     QList<QImage> pictures;
-    pictures.reserve(static_cast<qsizetype>(m_images.size()));
-    for (const ImageItem& item : m_images)
+    pictures.reserve(static_cast<qsizetype>(m_pages.size()));
+    for (const ImageItem& item : m_pages.pages())
         pictures.append(item.image());
     m_frameManager->setImages(std::move(pictures));
     emit framesChanged();

@@ -22,9 +22,9 @@ void VideoEditorViewModel::recalculatePlacementsForFormat()
             continue;
         const int index = *record->assignedImageIndex;
         // A frame whose page no longer exists keeps its old rectangle.
-        if (index < 0 || static_cast<size_t>(index) >= m_images.size())
+        if (!m_pages.contains(index))
             continue;
-        const Placement placement = computePlacement(m_images[static_cast<size_t>(index)].image());
+        const Placement placement = computePlacement(m_pages.at(index).image());
         record->bgImageX = placement.x;
         record->bgImageY = placement.y;
         record->bgImageWidth = placement.width;

@@ -93,11 +93,10 @@ void VideoEditorViewModel::seekTo(double time)
         m_playback.restartFrom(m_currentTime);
     }
 
-    if (m_isRecording && m_pageTurns.page() >= 0 &&
-        static_cast<size_t>(m_pageTurns.page()) < m_images.size()) {
+    if (m_isRecording && m_pages.contains(m_pageTurns.page())) {
         // A seek while recording paints the current page over the whole stretch it crossed,
         // in either direction, and the sweep continues from the new position.
-        const QImage image = m_images[static_cast<size_t>(m_pageTurns.page())].image();
+        const QImage image = m_pages.at(m_pageTurns.page()).image();
         for (int64_t frame = std::min(oldFrame, newFrame); frame <= std::max(oldFrame, newFrame); ++frame)
             assignImage(image, frame);
         m_pageTurns.continueFrom(newFrame);

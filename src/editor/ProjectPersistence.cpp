@@ -86,7 +86,7 @@ void VideoEditorViewModel::saveProjectAs()
 bool VideoEditorViewModel::saveProjectToFileSync(const QString& destURL)
 {
     ProjectJSON project;
-    project.imagePaths = imagePathsToJSON(m_images);
+    project.imagePaths = imagePathsToJSON(m_pages.pages());
     // While a loaded project's frames wait for its recording (still loading, or missing), the
     // file gets them, with the recording they belong to, as they were loaded.
     const ProjectJSON* waiting = m_keptRecording    ? m_keptRecording.get()
@@ -215,8 +215,8 @@ void VideoEditorViewModel::loadProjectJSON(const QString& url, FrameRestore rest
 
     const std::optional<QString> audioPath = projectAudioPath(*project);
     if (!audioPath) {
-        logLine(QStringLiteral("[Load] Projekt betöltve (audio nélkül): ") +
-                QString::number(m_images.size()) + QStringLiteral(" kép"));
+        logLine(QStringLiteral("[Load] Projekt betöltve (audio nélkül): ") + QString::number(m_pages.size()) +
+                QStringLiteral(" kép"));
         setSelectedImageIndex(std::nullopt);
         emit projectLoadFinished(true);
         return;
@@ -304,10 +304,10 @@ void VideoEditorViewModel::keepMissingRecording(std::shared_ptr<const ProjectJSO
 
 void VideoEditorViewModel::restoreProjectFrames(const ProjectJSON& project)
 {
-    restoreFrames(*m_frameManager, project.frames, m_images);
+    restoreFrames(*m_frameManager, project.frames, m_pages.pages());
     announceChange();
     seekTo(restoredPosition(project.currentTime, m_duration));
-    logLine(QStringLiteral("[Load] Projekt betöltve: ") + QString::number(m_images.size()) +
+    logLine(QStringLiteral("[Load] Projekt betöltve: ") + QString::number(m_pages.size()) +
             QStringLiteral(" kép, ") + QString::number(project.frames.size()) + QStringLiteral(" frame"));
 }
 
@@ -359,7 +359,7 @@ void VideoEditorViewModel::autoSaveProject()
         m_autoSaveDeferred = true;
         return;
     }
-    if (!m_audioURL && m_images.empty() && !m_keptRecording) {
+    if (!m_audioURL && m_pages.empty() && !m_keptRecording) {
         logLine(QStringLiteral("[AutoSave] Nincs mit menteni"));
         return;
     }

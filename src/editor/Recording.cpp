@@ -5,15 +5,6 @@
 
 #include <algorithm>
 
-namespace {
-
-bool isPageIndex(int index, const std::vector<ImageItem>& images)
-{
-    return index >= 0 && static_cast<size_t>(index) < images.size();
-}
-
-} // namespace
-
 void VideoEditorViewModel::assignImage(const QImage& image, int64_t frame)
 {
     const auto record = m_frameManager->getFrame(frame);
@@ -53,18 +44,17 @@ void VideoEditorViewModel::assignImageWithIndex(const QImage& image, int64_t fra
 
 void VideoEditorViewModel::startRecording()
 {
-    if (!m_audioURL || m_images.empty())
+    if (!m_audioURL || m_pages.empty())
         return;
     // Recording starts with the page selected in the sidebar, or with the first page when
     // none (or one that no longer exists) is selected.
     int page = 0;
-    if (m_selectedImageIndex && isPageIndex(*m_selectedImageIndex, m_images))
-        page = *m_selectedImageIndex;
+    if (const std::optional<int> selected = m_pages.selectedIndex(); selected && m_pages.contains(*selected))
+        page = *selected;
     else
         setSelectedImageIndex(0);
     // Nothing is written now: the first tick fills from the current frame on.
-    m_pageTurns.begin(page, computePlacement(m_images[static_cast<size_t>(page)].image()),
-                      frameIndexForTime(m_currentTime));
+    m_pageTurns.begin(page, computePlacement(m_pages.at(page).image()), frameIndexForTime(m_currentTime));
     setIsRecording(true);
     play();
 }
@@ -85,11 +75,11 @@ void VideoEditorViewModel::updateAssignmentForCurrentTime()
     // The page being recorded always exists while the page list is left alone; should the
     // list have shrunk under a running recording, nothing is written rather than a missing
     // page.
-    if (!isPageIndex(m_pageTurns.page(), m_images))
+    if (!m_pages.contains(m_pageTurns.page()))
         return;
     if (const auto span = m_pageTurns.sweepTo(current)) {
         // Every frame passed since the last tick is filled, however late the tick came.
-        const QImage image = m_images[static_cast<size_t>(m_pageTurns.page())].image();
+        const QImage image = m_pages.at(m_pageTurns.page()).image();
         for (int64_t frame = span->first; frame <= span->last; ++frame)
             assignImage(image, frame);
         announceChange();
@@ -103,19 +93,19 @@ void VideoEditorViewModel::updateSelectedImageForCurrentTime()
     const auto record = m_frameManager->getFrame(std::max<int64_t>(0, current));
     if (!record || !record->assignedImageIndex)
         return;
-    if (m_selectedImageIndex != record->assignedImageIndex)
+    if (m_pages.selectedIndex() != record->assignedImageIndex)
         setSelectedImageIndex(record->assignedImageIndex);
 }
 
 void VideoEditorViewModel::nextPageDuringRecording()
 {
-    if (!m_isRecording || m_images.empty())
+    if (!m_isRecording || m_pages.empty())
         return;
     // One page on, kept inside the page list.
-    const std::optional<int> page = m_pageTurns.pageAfterStep(+1, m_images.size());
+    const std::optional<int> page = m_pageTurns.pageAfterStep(+1, m_pages.size());
     if (!page)
         return;
-    const QImage image = m_images[static_cast<size_t>(*page)].image();
+    const QImage image = m_pages.at(*page).image();
     m_pageTurns.turnTo(*page, computePlacement(image));
     setSelectedImageIndex(page);
     // The frame under the playhead shows the new page at once; the sweep continues with it
@@ -126,12 +116,12 @@ void VideoEditorViewModel::nextPageDuringRecording()
 
 void VideoEditorViewModel::previousPageDuringRecording()
 {
-    if (!m_isRecording || m_images.empty())
+    if (!m_isRecording || m_pages.empty())
         return;
-    const std::optional<int> page = m_pageTurns.pageAfterStep(-1, m_images.size());
+    const std::optional<int> page = m_pageTurns.pageAfterStep(-1, m_pages.size());
     if (!page)
         return;
-    const QImage image = m_images[static_cast<size_t>(*page)].image();
+    const QImage image = m_pages.at(*page).image();
     m_pageTurns.turnTo(*page, computePlacement(image));
     setSelectedImageIndex(page);
     assignImage(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)));
@@ -140,22 +130,20 @@ void VideoEditorViewModel::previousPageDuringRecording()
 
 std::optional<QUuid> VideoEditorViewModel::recordedPageId() const
 {
-    if (!m_isRecording || !isPageIndex(m_pageTurns.page(), m_images))
+    if (!m_isRecording || !m_pages.contains(m_pageTurns.page()))
         return std::nullopt;
-    return m_images[static_cast<size_t>(m_pageTurns.page())].id();
+    return m_pages.at(m_pageTurns.page()).id();
 }
 
 void VideoEditorViewModel::followRecordedPage(const std::optional<QUuid>& recordedPage)
 {
     if (!recordedPage || !m_isRecording)
         return;
-    const bool stillListed = std::any_of(m_images.begin(), m_images.end(),
-                                         [&](const ImageItem& item) { return item.id() == *recordedPage; });
-    if (stillListed)
+    if (m_pages.indexOf(*recordedPage).has_value())
         return;
     // Rather than go on recording a page that is no longer there (and write nothing), the
     // recording takes the page that moved into its place.
-    if (isPageIndex(m_pageTurns.page(), m_images))
+    if (m_pages.contains(m_pageTurns.page()))
         switchRecordingToPage(m_pageTurns.page());
     else
         stopRecording();
@@ -163,10 +151,10 @@ void VideoEditorViewModel::followRecordedPage(const std::optional<QUuid>& record
 
 void VideoEditorViewModel::switchRecordingToPage(int index)
 {
-    if (!m_isRecording || !isPageIndex(index, m_images))
+    if (!m_isRecording || !m_pages.contains(index))
         return;
     setSelectedImageIndex(index);
     m_pageTurns.turnTo(index, std::nullopt);
-    const QImage image = m_images[static_cast<size_t>(index)].image();
+    const QImage image = m_pages.at(index).image();
     assignImagePublic(image, std::max<int64_t>(0, frameIndexForTime(m_currentTime)), index);
 }

@@ -1,5 +1,4 @@
 #include "editor/VideoEditorViewModel.h"
-#include "images/PageListRules.h"
 
 #include "audio/AudioPlayer.h"
 #include "audio/RenderedAudioFile.h"
@@ -104,29 +103,25 @@ void VideoEditorViewModel::setAudioLoudnessDB(std::optional<double> value)
     publishLoudness({.rmsLoudness = true});
 }
 
-namespace {
-
-std::vector<QUuid> pageIds(const std::vector<ImageItem>& images)
-{
-    std::vector<QUuid> ids;
-    ids.reserve(images.size());
-    for (const ImageItem& item : images)
-        ids.push_back(item.id());
-    return ids;
-}
-
-} // namespace
-
 void VideoEditorViewModel::setImages(std::vector<ImageItem> value)
 {
-    std::optional<std::set<int>> selection;
-    if (!m_selectedImageIndices.empty())
-        selection = selectionsFollowingPages(m_selectedImageIndices, pageIds(m_images), pageIds(value));
-    m_images = std::move(value);
-    emit imagesChanged();
-    emit changed();
-    if (selection && *selection != m_selectedImageIndices)
-        setSelectedImageIndices(std::move(*selection));
+    publishPageListChanges(m_pages.setPages(std::move(value)));
+}
+
+void VideoEditorViewModel::publishPageListChanges(PageList::Changes changes)
+{
+    if (changes.pages) {
+        emit imagesChanged();
+        emit changed();
+    }
+    if (changes.selectedIndices) {
+        emit selectedImageIndicesChanged();
+        emit changed();
+    }
+    if (changes.selectedIndex) {
+        emit selectedImageIndexChanged();
+        emit changed();
+    }
 }
 
 void VideoEditorViewModel::setAudioURL(std::optional<QString> value)
@@ -207,12 +202,14 @@ void VideoEditorViewModel::publishProgress(ExportProgress::Assigned fields)
 
 void VideoEditorViewModel::setSelectedImageIndex(std::optional<int> value)
 {
-    VORNIK_PUBLISH(m_selectedImageIndex, selectedImageIndexChanged);
+    m_pages.select(value);
+    emit selectedImageIndexChanged();
+    emit changed();
 }
 
 void VideoEditorViewModel::setSelectedImageIndices(std::set<int> value)
 {
-    m_selectedImageIndices = std::move(value);
+    m_pages.setSelectedIndices(std::move(value));
     emit selectedImageIndicesChanged();
     emit changed();
 }

@@ -5,12 +5,13 @@
 //
 // A facade: state with its own rules lives in parts the editor owns by value (PlaybackClock
 // for the player, the tick timer and where a fresh play began; PageTurnRecorder for the page
-// being recorded and how far its sweep has written; AudioTrack for the recording's files,
-// silences last applied, loudness figures and jobs; ExportProgress for the overlay of an
-// export or a save), none of them a QObject or aware of the editor. The editor's members,
-// defined in the files of src/editor/ one per concern, delegate to those parts and to the
-// subsystems' free functions, then emit the signals. Each published property has a getter,
-// a setter that always emits `<name>Changed()` and then `changed()`, and the signal.
+// being recorded and how far its sweep has written; PageList for the pages and both
+// selections; AudioTrack for the recording's files, silences last applied, loudness figures
+// and jobs; ExportProgress for the overlay of an export or a save), none of them a QObject or
+// aware of the editor. The editor's members, defined in the files of src/editor/ one per
+// concern, delegate to those parts and to the subsystems' free functions, then emit the
+// signals. Each published property has a getter, a setter that always emits
+// `<name>Changed()` and then `changed()`, and the signal.
 #pragma once
 
 #include "editor/AudioTrack.h"
@@ -19,6 +20,7 @@
 #include "editor/ExportResolution.h"
 #include "editor/FillColor.h"
 #include "editor/ImageItem.h"
+#include "editor/PageList.h"
 #include "editor/PageTurnRecorder.h"
 #include "editor/Placement.h"
 #include "editor/PlaybackClock.h"
@@ -78,7 +80,7 @@ public:
     void setVolumeBoost(double percent);
     std::optional<double> audioLoudnessDB() const { return m_audio.rmsLoudnessDB(); }
     void setAudioLoudnessDB(std::optional<double> db);
-    const std::vector<ImageItem>& images() const { return m_images; }
+    const std::vector<ImageItem>& images() const { return m_pages.pages(); }
     // The multi-selection follows its pages into the new list (members whose page is gone
     // are dropped), so that it never names a page it did not select or no page at all.
     void setImages(std::vector<ImageItem> images);
@@ -104,9 +106,9 @@ public:
     void setSavingProgress(double progress);
     const QString& savingProgressText() const { return m_exportProgress.text(); }
     void setSavingProgressText(QString text);
-    std::optional<int> selectedImageIndex() const { return m_selectedImageIndex; }
+    std::optional<int> selectedImageIndex() const { return m_pages.selectedIndex(); }
     void setSelectedImageIndex(std::optional<int> index);
-    const std::set<int>& selectedImageIndices() const { return m_selectedImageIndices; }
+    const std::set<int>& selectedImageIndices() const { return m_pages.selectedIndices(); }
     void setSelectedImageIndices(std::set<int> indices);
     int exportFPS() const { return m_exportFPS; }
     void setExportFPS(int fps);
@@ -426,6 +428,9 @@ private:
     void assignImageWithIndex(const QImage& image, int64_t frame, int imageIndex);
 
     // ---- Page import and page-list editing (private) ----
+    // Tells the observers what a page-list edit changed: the pages, then the multi-selection,
+    // then the single selection, each followed by changed().
+    void publishPageListChanges(PageList::Changes changes);
     // Hands the page pictures, in list order, to the frame store (which only stores them).
     void updateFrameManagerImages();
     // The page rendered at two pixels per point on white (see images/PdfRendering.h).
@@ -491,7 +496,6 @@ private:
     double m_transitionDuration = 0.5;
     bool m_showAudioSettings = false;
     double m_volumeBoost = 100.0;
-    std::vector<ImageItem> m_images;
     std::optional<QString> m_audioURL;
     bool m_isPlaying = false;
     double m_currentTime = 0.0;
@@ -500,8 +504,6 @@ private:
     bool m_isLoadingAudio = false;
     double m_loadingProgress = 0.0;
     bool m_isRecording = false;
-    std::optional<int> m_selectedImageIndex;
-    std::set<int> m_selectedImageIndices;
     int m_exportFPS = 30;
     ExportResolution m_exportResolution = ExportResolution::hd1080;
     QColor m_fillColor = Qt::white;
@@ -517,6 +519,8 @@ private:
     AudioTrack m_audio;
     // The overlay shown while an export or a save runs.
     ExportProgress m_exportProgress;
+    // The pages in list order, the single selection and the multi-selection.
+    PageList m_pages;
     // Held through a pointer so that this header needs only the name of the frame store.
     std::unique_ptr<Frames> m_frameManager;
 };

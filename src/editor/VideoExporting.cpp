@@ -69,7 +69,7 @@ void VideoEditorViewModel::exportVideoFile(const QString& to)
     job->height = size.height();
     job->scale = exportScale(m_exportResolution);
     if (job->scale > 1)
-        job->pdfPages = pdfPageOrigins(m_images);
+        job->pdfPages = pdfPageOrigins(m_pages.pages());
     job->exportFPS = m_exportFPS;
     job->transitionDuration = m_transitionDuration;
     // Each export has its own ticket: a newer one leaves it running; closing calls it off.
