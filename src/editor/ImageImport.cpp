@@ -103,14 +103,15 @@ void VideoEditorViewModel::addPDFPaired(QPdfDocument& document, const QString& u
     const auto available = [&document](int index) { return pdfPageAvailable(document, index); };
     std::vector<ImageItem> added;
     for (const PdfPageGroup& group : pairedPdfPageGroups(document.pageCount(), available)) {
-        const QImage left = renderPDFPage(document, group.firstPageIndex);
+        // The halves are drawn in full colour: only what enters the list is compacted.
+        const QImage left = renderPdfPage(document, group.firstPageIndex);
         const QImage right =
-                group.secondPageIndex ? renderPDFPage(document, *group.secondPageIndex) : QImage();
+                group.secondPageIndex ? renderPdfPage(document, *group.secondPageIndex) : QImage();
         if (left.isNull())
             continue;
         // A right-hand page that could not be rasterised after all leaves the left one alone.
         if (right.isNull()) {
-            added.emplace_back(QUuid::createUuid(), left, url, group.firstPageIndex + 1);
+            added.emplace_back(QUuid::createUuid(), compactIfGrey(left), url, group.firstPageIndex + 1);
             continue;
         }
         QImage pair = mergeImagesHorizontally(left, right);
