@@ -4,6 +4,7 @@
 #include "media/FfmpegError.h"
 #include "media/FfmpegHandles.h"
 #include "media/MediaInput.h"
+#include "media/MediaInterrupt.h"
 #include "support/Log.h"
 
 #include <QFile>
@@ -22,10 +23,19 @@ QString ffmpegError(int code)
     return ffmpegErrorText(code);
 }
 
+// The device FFmpeg reads a recording from, and the interrupt asked before each read: a decode
+// called off while FFmpeg probes or opens the input takes no more of the device.
+struct DeviceSource {
+    QIODevice* device;
+    const MediaInterrupt* interrupt;
+};
+
 int readPacket(void* opaque, uint8_t* buffer, int size)
 {
-    auto* device = static_cast<QIODevice*>(opaque);
-    const qint64 got = device->read(reinterpret_cast<char*>(buffer), size);
+    const auto* source = static_cast<DeviceSource*>(opaque);
+    if (source->interrupt->shouldStop())
+        return AVERROR_EXIT;
+    const qint64 got = source->device->read(reinterpret_cast<char*>(buffer), size);
     if (got < 0)
         return AVERROR(EIO);
     if (got == 0)
@@ -35,7 +45,7 @@ int readPacket(void* opaque, uint8_t* buffer, int size)
 
 int64_t seekDevice(void* opaque, int64_t offset, int whence)
 {
-    auto* device = static_cast<QIODevice*>(opaque);
+    QIODevice* device = static_cast<DeviceSource*>(opaque)->device;
     if (whence & AVSEEK_SIZE)
         return device->size();
     qint64 target = offset;
@@ -73,6 +83,7 @@ public:
     bool decodeAll(QString* error);
     explicit Session(DecodeReceiver& receiver)
         : m_receiver(receiver)
+        , m_interrupt([&receiver] { return receiver.stopRequested(); })
     {}
     int sampleRate() const { return m_sampleRate; }
     int64_t framesDecoded() const { return m_frames; }
@@ -87,7 +98,14 @@ private:
     FrameSink frameTaker(QString* error);
     bool receiveFrames(QString* error);
     bool appendFrame(const AVFrame& frame, QString* error);
+    // The text of FFmpeg's `code`; "megszakítva" when the receiver called the decode off.
+    QString failureText(int code) const;
 
+    DecodeReceiver& m_receiver;
+    // Asks the receiver whether to stop, before each read of the device and between
+    // FFmpeg's steps; declared before the input, which uses it until it is closed.
+    const MediaInterrupt m_interrupt;
+    DeviceSource m_source{nullptr, &m_interrupt};
     IoContextPtr m_io;
     MediaInput m_input;
     AVFormatContext* m_format = nullptr; // m_input's
@@ -95,7 +113,6 @@ private:
     FramePtr m_frame;
     ResamplerPtr m_resampler;
     int m_streamIndex = -1;
-    DecodeReceiver& m_receiver;
     std::vector<uint8_t*> m_outputs;
     int m_sampleRate = 0;
     int m_channelCount = 0;
@@ -110,7 +127,8 @@ bool Session::open(QIODevice& device, QString* error)
         *error = ffmpegError(AVERROR(ENOMEM));
         return false;
     }
-    m_io.reset(avio_alloc_context(ioBuffer, kIoBufferSize, 0, &device, readPacket, nullptr,
+    m_source.device = &device;
+    m_io.reset(avio_alloc_context(ioBuffer, kIoBufferSize, 0, &m_source, readPacket, nullptr,
                                   device.isSequential() ? nullptr : seekDevice));
     if (!m_io) {
         av_free(ioBuffer);
@@ -118,9 +136,10 @@ bool Session::open(QIODevice& device, QString* error)
         return false;
     }
 
-    if (const int result = openMediaInput(m_input, m_io.get(), AVMEDIA_TYPE_AUDIO, StreamDecoder::needed);
+    if (const int result = openMediaInput(m_input, m_io.get(), AVMEDIA_TYPE_AUDIO, StreamDecoder::needed,
+                                            &m_interrupt);
         result < 0) {
-        *error = ffmpegError(result);
+        *error = failureText(result);
         return false;
     }
     m_format = m_input.format.get();
@@ -244,6 +263,13 @@ bool Session::receiveFrames(QString* error)
     return true;
 }
 
+QString Session::failureText(int code) const
+{
+    if (code == AVERROR_EXIT && m_receiver.stopRequested())
+        return QStringLiteral("megszakítva");
+    return ffmpegError(code);
+}
+
 bool Session::decodeAll(QString* error)
 {
     PacketPtr packet(av_packet_alloc());
@@ -264,7 +290,7 @@ bool Session::decodeAll(QString* error)
             break;
         if (decoded < 0) {
             if (decoded != kStoppedBySink)
-                *error = ffmpegError(decoded);
+                *error = failureText(decoded);
             ok = false;
         }
     }

@@ -8,7 +8,9 @@ bool MediaInterrupt::shouldStop() const
 {
     if (m_cancelled && m_cancelled->load(std::memory_order_acquire))
         return true;
-    return m_deadline && Clock::now() >= *m_deadline;
+    if (m_deadline && Clock::now() >= *m_deadline)
+        return true;
+    return m_stopWhen && m_stopWhen();
 }
 
 int MediaInterrupt::callback(void* interrupt)

@@ -68,3 +68,18 @@ TEST(MediaInterrupt, CallingOffStopsAReadPartWay)
     // What was still in the buffer may come out; the rest of the file is not read.
     EXPECT_LT(firstBytes + bytesAfter, 480000 * 2 * 4 / 2);
 }
+
+TEST(MediaInterrupt, AStopConditionIsAskedEachTimeFfmpegAsks)
+{
+    int asked = 0;
+    bool stop = false;
+    const MediaInterrupt interrupt([&] {
+        ++asked;
+        return stop;
+    });
+    const AVIOInterruptCB callback = interrupt.asCallback();
+    EXPECT_EQ(callback.callback(callback.opaque), 0);
+    stop = true;
+    EXPECT_EQ(callback.callback(callback.opaque), 1);
+    EXPECT_EQ(asked, 2);
+}
