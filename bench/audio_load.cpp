@@ -8,11 +8,11 @@
 //
 //   bench_audio_load [runs=5] [--keep FILE.mp3]
 #include "audio/DefaultAudioPlayerFactory.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "media/CodecExchange.h"
 #include "media/FfmpegHandles.h"
 #include "media/MediaInput.h"
+#include "model/Frames.h"
 #include "tests/support/AudioFixtures.h"
 
 #include <QCoreApplication>

@@ -15,12 +15,12 @@
 //                                recording unless --silent; at 4K with --4k; pages from a
 //                                generated P-page A4 PDF with --pdf), prints its peak memory
 #include "audio/FloatWavWriter.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/VideoExport.h"
 #include "export/VideoWriter.h"
 #include "images/PagePointSize.h"
 #include "media/PictureConverter.h"
+#include "model/Frames.h"
 #include "render/FrameSnapshot.h"
 #include "render/Placement.h"
 #include "support/LargeAllocations.h"

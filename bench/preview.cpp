@@ -3,8 +3,8 @@
 // the offscreen platform at 1920 x 1080. Each figure is the median of 200 ticks:
 //   render   VideoEditorViewModel::renderCurrentFrame() alone
 //   tick     seekTo() to the next frame plus the repaint it causes (the whole window)
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"

@@ -5,9 +5,9 @@
 // Prints medians over the runs of: collecting the page starts once (pageBoundaryFrames), one
 // snap against the collected starts, and the whole drag through WaveformView (mouse events on
 // the canvas, snap, seek and the redraw request), which collects the starts once.
-#include "editor/Frames.h"
 #include "editor/PageBoundarySnapping.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "ui/WaveformCanvas.h"
 #include "ui/WaveformView.h"

@@ -13,7 +13,7 @@
 #include "audio/ProcessedAudioBuilder.h"
 #include "audio/SilenceRendering.h"
 #include "audio/Waveform.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 
 #include <QBuffer>
 #include <QDir>

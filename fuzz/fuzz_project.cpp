@@ -14,8 +14,8 @@
 
 #include "audio/DefaultAudioPlayerFactory.h"
 #include "audio/FloatWavWriter.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"
 #include "tests/support/EditorTestAccess.h"

@@ -2,7 +2,7 @@
 // rules can be tested without starting anything.
 #pragma once
 
-#include "editor/ExportResolution.h"
+#include "model/ExportResolution.h"
 
 #include <QString>
 #include <QStringList>

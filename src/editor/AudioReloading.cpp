@@ -2,8 +2,8 @@
 // pipeline as loading, without measuring the loudness again, followed by copying the page
 // assignments by the change of the start silence so that they stay with the music.
 #include "editor/AudioPipeline.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/CheckedConversions.h"
 #include "support/Log.h"
 #include "support/ValueFormat.h"

@@ -1,7 +1,7 @@
 // The editor's frame rendering: transition info over the live frame store, the export
 // picture of one frame, and the preview of the frame under the playhead. Main thread.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "render/FrameRenderer.h"
 #include "render/TransitionInfo.h"
 #include "support/CheckedConversions.h"

@@ -2,11 +2,11 @@
 // pages, move by drag. Main thread, synchronous. The frames are deliberately left alone: a
 // recorded frame keeps the picture it was given and its stored page index, even when that
 // index afterwards names a different entry or none.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "images/CompactPagePicture.h"
 #include "images/ImageMerging.h"
 #include "images/PageListRules.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 
 #include <QList>

@@ -3,7 +3,7 @@
 // store, used by the page jumps of the editor.
 #pragma once
 
-#include "editor/Frames.h"
+#include "model/Frames.h"
 
 #include <cstdint>
 #include <optional>

@@ -3,7 +3,7 @@
 // change. Pure functions; main thread (they read the frame store).
 #pragma once
 
-#include "editor/Frames.h"
+#include "model/Frames.h"
 
 #include <cstdint>
 #include <vector>

@@ -4,7 +4,7 @@
 // change an operation reports; knows nothing of the editor or the frame store.
 #pragma once
 
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 
 #include <QUuid>
 

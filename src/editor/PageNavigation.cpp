@@ -3,8 +3,8 @@
 // Main thread only.
 #include "editor/VideoEditorViewModel.h"
 
-#include "editor/Frames.h"
 #include "editor/PageBoundaries.h"
+#include "model/Frames.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 // frames after a format change. Main thread only.
 #include "editor/VideoEditorViewModel.h"
 
-#include "editor/Frames.h"
 #include "images/PagePointSize.h"
+#include "model/Frames.h"
 #include "render/Placement.h"
 
 Placement VideoEditorViewModel::computePlacement(const QImage& image, std::optional<QSizeF> canvas) const

@@ -3,7 +3,7 @@
 // which does the writing into the frames; knows nothing of the editor or the frames.
 #pragma once
 
-#include "editor/Placement.h"
+#include "model/Placement.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // 50 ms tick. Main thread only; the player and the timer are held by the editor's PlaybackClock.
 #include "editor/VideoEditorViewModel.h"
 
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "support/CheckedConversions.h"
 
 #include <algorithm>

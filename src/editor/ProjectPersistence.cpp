@@ -4,8 +4,8 @@
 // that a project load starts. A project's frames are never given up: they wait for its
 // recording to load, and while the recording is missing they are saved back as loaded.
 #include "audio/AudioPlayer.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "project/ProjectFileReading.h"
 #include "project/ProjectFormat.h"
 #include "project/ProjectMapping.h"

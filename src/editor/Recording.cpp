@@ -1,7 +1,7 @@
 // Page-turn recording: while the audio plays, every frame the playhead passes is given the
 // page being recorded (its index, image and placement). Main thread only.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 
 #include <algorithm>
 

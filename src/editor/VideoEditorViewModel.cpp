@@ -2,7 +2,7 @@
 
 #include "audio/AudioPlayer.h"
 #include "audio/RenderedAudioFile.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 
 #include <QThreadPool>
 #include <QTimer>

@@ -1,10 +1,10 @@
 // The editor's export commands: the save chooser, the snapshot taken when an export starts,
 // the background work item, and the progress, mux and final alert back on the main thread.
 #include "audio/RenderedAudioFile.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "export/AudioMuxer.h"
 #include "export/VideoExport.h"
+#include "model/Frames.h"
 #include "support/Dialogs.h"
 #include "support/ExceptionText.h"
 #include "support/Log.h"

@@ -4,7 +4,7 @@
 // time there and keeps no page pictures (the caller caches what it draws).
 #pragma once
 
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 
 #include <QImage>
 #include <QSize>

@@ -1,7 +1,7 @@
 #include "project/DemoProject.h"
 
 #include "audio/FloatWavWriter.h"
-#include "editor/VideoFormat.h"
+#include "model/VideoFormat.h"
 #include "project/ProjectFormat.h"
 #include "render/Placement.h"
 #include "support/CheckedConversions.h"

@@ -3,11 +3,11 @@
 // functions on plain values, any thread; the editor's persistence members apply the results.
 #pragma once
 
-#include "editor/ExportResolution.h"
-#include "editor/FillColor.h"
-#include "editor/Frames.h"
-#include "editor/ImageItem.h"
-#include "editor/VideoFormat.h"
+#include "model/ExportResolution.h"
+#include "model/FillColor.h"
+#include "model/Frames.h"
+#include "model/ImageItem.h"
+#include "model/VideoFormat.h"
 #include "project/ProjectFormat.h"
 
 #include <QStringList>

@@ -3,7 +3,7 @@
 // files; main thread (QtPdf documents are used where they are opened).
 #pragma once
 
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 #include "project/ProjectFormat.h"
 
 #include <vector>

@@ -5,8 +5,8 @@
 // Pure drawing: any thread, as long as each thread uses its own ScaledPageCache.
 #pragma once
 
-#include "editor/FrameData.h"
-#include "editor/Frames.h"
+#include "model/FrameData.h"
+#include "model/Frames.h"
 #include "render/ScaledPageCache.h"
 #include "render/TransitionInfo.h"
 

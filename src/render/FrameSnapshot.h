@@ -3,7 +3,7 @@
 // copies, so taking it is cheap and later edits of the frame store cannot race with it.
 #pragma once
 
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "render/FrameRenderer.h"
 #include "render/TransitionInfo.h"
 

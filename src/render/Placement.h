@@ -2,7 +2,7 @@
 // whole canvas pixels. A pure function of two sizes; callable from any thread.
 #pragma once
 
-#include "editor/Placement.h"
+#include "model/Placement.h"
 
 #include <QSizeF>
 

@@ -4,7 +4,7 @@
 // made by a cell for each drag event.
 #pragma once
 
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 
 #include <QUuid>
 

@@ -5,7 +5,7 @@
 // Main thread; owned by the sidebar, which reassigns its content as the list changes.
 #pragma once
 
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 
 #include <QPixmap>
 #include <QPoint>

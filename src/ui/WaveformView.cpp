@@ -1,8 +1,8 @@
 #include "ui/WaveformView.h"
 
-#include "editor/Frames.h"
 #include "editor/PageBoundarySnapping.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Dialogs.h"
 #include "ui/AudioSettingsSheet.h"
 #include "ui/DropHighlight.h"

@@ -1,7 +1,7 @@
 #include "tests/ui/WindowFixture.h"
 
 #include "app/AppDelegate.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "ui/AppCommands.h"

@@ -2,8 +2,8 @@
 // leave: the last request wins, a called-off job changes nothing, a failing job ends in its
 // failure line, and only the current recording's WAV stays on the disk.
 #include "audio/AudioPlayer.h"
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"
 #include "tests/support/AudioFixtures.h"

@@ -1,5 +1,5 @@
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"

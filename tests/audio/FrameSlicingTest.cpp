@@ -1,5 +1,5 @@
 #include "audio/FrameSlicing.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
 

@@ -3,8 +3,8 @@
 // with their log lines, leave the partly written WAV where it was written (it is never used),
 // keep the recording in use and the project files as they were, and work again once there is
 // room.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/EventLoop.h"

@@ -1,5 +1,5 @@
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/PlaybackFixtures.h"
 #include "tests/support/ProjectFixtures.h"
 

@@ -1,4 +1,4 @@
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/PlaybackFixtures.h"
 

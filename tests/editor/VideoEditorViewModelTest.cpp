@@ -1,5 +1,5 @@
 #include "editor/VideoEditorViewModel.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>

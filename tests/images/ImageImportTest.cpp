@@ -1,7 +1,7 @@
 // The editor's page import: image files and PDFs, single and paired, the question, bad input.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
 #include "images/PagePointSize.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/HostileFiles.h"
 #include "tests/support/ImageFixtures.h"

@@ -1,6 +1,6 @@
 // The editor's page-list edits: remove, delete all, delete by orientation, merge, move.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"
 #include "tests/support/ImageFixtures.h"

@@ -1,8 +1,8 @@
 // A loaded project's page turns are never lost: they wait for a recording that loads slowly,
 // no autosave is written before they are back, and a missing or unreadable recording keeps
 // them (saved back as loaded) until the recording is loaded again.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"
 #include "tests/support/EventLoop.h"

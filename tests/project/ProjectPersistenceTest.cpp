@@ -1,6 +1,6 @@
 // The editor's project files: save, load, new project, autosave and autoload, and bad files.
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "project/ProjectFormat.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"

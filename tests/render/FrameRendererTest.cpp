@@ -1,5 +1,5 @@
 #include "render/FrameRenderer.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "render/FrameSnapshot.h"
 #include "support/Log.h"
 #include "tests/support/EditorTestAccess.h"

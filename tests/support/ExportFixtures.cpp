@@ -1,9 +1,9 @@
 #include "tests/support/ExportFixtures.h"
 
 #include "audio/FloatWavWriter.h"
-#include "editor/Frames.h"
 #include "export/VideoWriter.h"
 #include "media/PictureConverter.h"
+#include "model/Frames.h"
 #include "tests/support/EventLoop.h"
 
 #include <QUuid>

@@ -1,7 +1,7 @@
 #include "tests/support/HostileFiles.h"
 
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"

@@ -1,7 +1,7 @@
 #include "tests/support/ImageFixtures.h"
 
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 
 #include <QBuffer>
 #include <QImageWriter>

@@ -3,8 +3,8 @@
 // of the jobs it starts.
 #pragma once
 
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/ExportFixtures.h"

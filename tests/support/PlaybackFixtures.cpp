@@ -1,5 +1,5 @@
 #include "tests/support/PlaybackFixtures.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "tests/support/EditorTestAccess.h"
 
 #include <QUuid>

@@ -1,6 +1,6 @@
 #include "tests/ui/WindowFixture.h"
 
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "ui/ControlButton.h"
 #include "ui/ControlButtons.h"
 #include "ui/MediaButton.h"

@@ -1,7 +1,7 @@
 #include "ui/ImageSidebarView.h"
 
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PdfFixtures.h"

@@ -1,7 +1,7 @@
 #include "ui/WaveformView.h"
 
-#include "editor/Frames.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/PlaybackFixtures.h"

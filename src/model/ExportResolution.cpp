@@ -1,4 +1,4 @@
-#include "editor/ExportResolution.h"
+#include "model/ExportResolution.h"
 
 QString rawValue(ExportResolution resolution)
 {

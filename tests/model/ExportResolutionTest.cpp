@@ -1,6 +1,6 @@
-#include "editor/ExportResolution.h"
-#include "editor/Frames.h"
+#include "model/ExportResolution.h"
 #include "editor/VideoEditorViewModel.h"
+#include "model/Frames.h"
 #include "tests/support/ScriptedDialogs.h"
 
 #include <gtest/gtest.h>

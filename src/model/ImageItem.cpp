@@ -1,4 +1,4 @@
-#include "editor/ImageItem.h"
+#include "model/ImageItem.h"
 
 ImageItem::ImageItem(QUuid id, QImage image, QString url, std::optional<int> pdfPageNumber,
                      std::optional<int> pdfPairedPageNumber)

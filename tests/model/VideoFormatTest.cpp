@@ -1,4 +1,4 @@
-#include "editor/VideoFormat.h"
+#include "model/VideoFormat.h"
 
 #include <gtest/gtest.h>
 

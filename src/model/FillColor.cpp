@@ -1,4 +1,4 @@
-#include "editor/FillColor.h"
+#include "model/FillColor.h"
 
 #include <QRgba64>
 

@@ -1,6 +1,6 @@
-// The frame store's audio slices (declared with Frames in editor/Frames.h).
+// The frame store's audio slices (declared with Frames in model/Frames.h).
 #include "audio/AudioDecoder.h"
-#include "editor/Frames.h"
+#include "model/Frames.h"
 #include "support/Log.h"
 
 void Frames::loadAudioData(const QString& url, double sampleRate, int fps)

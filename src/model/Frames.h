@@ -6,7 +6,7 @@
 
 #include "audio/AudioBuffer.h"
 #include "audio/FrameSlicing.h"
-#include "editor/FrameData.h"
+#include "model/FrameData.h"
 
 #include <QColor>
 #include <QImage>

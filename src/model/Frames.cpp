@@ -1,4 +1,4 @@
-#include "editor/Frames.h"
+#include "model/Frames.h"
 
 #include "support/CheckedConversions.h"
 

@@ -1,4 +1,4 @@
-#include "editor/VideoFormat.h"
+#include "model/VideoFormat.h"
 
 QString rawValue(VideoFormat format)
 {
