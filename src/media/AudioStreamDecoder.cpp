@@ -136,8 +136,8 @@ bool Session::open(QIODevice& device, QString* error)
         return false;
     }
 
-    if (const int result = openMediaInput(m_input, m_io.get(), AVMEDIA_TYPE_AUDIO, StreamDecoder::needed,
-                                            &m_interrupt);
+    if (const int result =
+                openMediaInput(m_input, m_io.get(), AVMEDIA_TYPE_AUDIO, StreamDecoder::needed, &m_interrupt);
         result < 0) {
         *error = failureText(result);
         return false;

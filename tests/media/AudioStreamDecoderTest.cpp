@@ -60,8 +60,8 @@ protected:
 QByteArray wavBytes(int frames)
 {
     QTemporaryDir dir;
-    const QString path =
-            fixtures::writeWav(dir.filePath(QStringLiteral("tone.wav")), fixtures::sineTone(48000, 2, frames));
+    const QString path = fixtures::writeWav(dir.filePath(QStringLiteral("tone.wav")),
+                                            fixtures::sineTone(48000, 2, frames));
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
