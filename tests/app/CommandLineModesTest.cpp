@@ -1,5 +1,6 @@
 // The command-line modes of the real program, run as a separate process.
 #include "project/ProjectFormat.h"
+#include "tests/support/BuildPaths.h"
 #include "tests/support/ExportFixtures.h"
 #include "tests/support/VideoProbe.h"
 
@@ -33,7 +34,7 @@ ProcessRun runVornik(const QStringList& arguments, const QMap<QString, QString>&
     for (auto it = extraEnvironment.begin(); it != extraEnvironment.end(); ++it)
         environment.insert(it.key(), it.value());
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(VORNIK_EXECUTABLE), arguments);
+    process.start(vornikExecutable(), arguments);
     if (!process.waitForFinished(240000))
         return {};
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,

@@ -1,3 +1,5 @@
+#include "tests/support/BuildPaths.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -30,7 +32,7 @@ protected:
     {
         ASSERT_TRUE(m_prefix.isValid());
         const RunResult install =
-                run(QStringLiteral("cmake"), {QStringLiteral("--install"), QStringLiteral(VORNIK_BINARY_DIR),
+                run(QStringLiteral("cmake"), {QStringLiteral("--install"), vornikBinaryDir(),
                                               QStringLiteral("--prefix"), m_prefix.path()});
         ASSERT_EQ(install.exitCode, 0) << install.output.toStdString();
     }

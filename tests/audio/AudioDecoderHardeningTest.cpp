@@ -2,6 +2,7 @@
 // and the rules they led to, each also checked on a file made here.
 #include "audio/AudioDecoder.h"
 #include "audio/FloatWavWriter.h"
+#include "tests/support/BuildPaths.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +23,7 @@ QString refusedRate(int rate, const char* limit)
 
 QString fuzzFile(const char* name)
 {
-    return QStringLiteral(VORNIK_SOURCE_DIR "/tests/data/fuzz/audio/") + QString::fromLatin1(name);
+    return vornikSourceDir() + QStringLiteral("/tests/data/fuzz/audio/") + QString::fromLatin1(name);
 }
 
 QByteArray readAll(const QString& path)

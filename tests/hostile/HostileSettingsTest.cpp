@@ -5,6 +5,7 @@
 // end normally with the settings brought into range, each clamped setting logged.
 #include "project/ProjectFormat.h"
 #include "tests/support/AudioFixtures.h"
+#include "tests/support/BuildPaths.h"
 #include "tests/support/HostileFiles.h"
 #include "tests/support/VideoProbe.h"
 
@@ -132,7 +133,7 @@ TEST_P(HostileSettings, TheCommandLineExportEndsNormallyWithTheSettingsInRange)
     environment.remove(QStringLiteral("DISPLAY"));
     environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(VORNIK_EXECUTABLE), {QStringLiteral("--export"), path, video});
+    process.start(vornikExecutable(), {QStringLiteral("--export"), path, video});
     ASSERT_TRUE(process.waitForFinished(120000 * HostileFiles::kSanitizerSlowdown));
     const QString out = QString::fromUtf8(process.readAllStandardOutput());
     const QString err = QString::fromUtf8(process.readAllStandardError());
